@@ -1,0 +1,24 @@
+# SPDX-License-Identifier: MIT
+# What `cmake --install` lays down: the library, its headers, find_package and pkg-config files.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS tavrin EXPORT TavrinTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(EXPORT TavrinTargets NAMESPACE Tavrin::
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Tavrin)
+
+configure_package_config_file(
+  ${CMAKE_CURRENT_LIST_DIR}/TavrinConfig.cmake.in ${PROJECT_BINARY_DIR}/TavrinConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Tavrin)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/TavrinConfigVersion.cmake
+                                 COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/TavrinConfig.cmake
+              ${PROJECT_BINARY_DIR}/TavrinConfigVersion.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Tavrin)
+
+configure_file(${CMAKE_CURRENT_LIST_DIR}/tavrin.pc.in ${PROJECT_BINARY_DIR}/tavrin.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/tavrin.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+// The whole public interface of Tavrin.
+#include <tavrin/Context.h>
+#include <tavrin/Export.h>
+#include <tavrin/Heap.h>
+#include <tavrin/InitTerm.h>
+#include <tavrin/Lock.h>

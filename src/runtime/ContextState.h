@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+
+#include <tavrin/Context.h>
+
+#include "runtime/BlockCache.h"
+#include "runtime/ProcessState.h"
+
+namespace Tavrin::detail {
+
+// The whole record of a thread: what Context shows, and what only the library uses. It holds by
+// value what its fields need, so it may include upward; nothing includes it but the sources of the
+// classes that keep per-thread state.
+struct ContextState : Context
+{
+    char *scratch = nullptr;     // from Heap; see growScratch
+    std::int64_t timerMark = 0;  // last high-resolution time that a stopwatch reading saw
+    int scratchSize = 0;         // bytes in scratch
+    std::uint32_t dstMinute = 0; // minute for which dstResult is valid
+    int dstResult = 0;           // cached answer of Time::isDST
+    int cacheSize = 0;           // byte budget of the block cache
+    BlockCache cache;
+
+    // The list of all living contexts, for the statistics and for exit.
+    ContextState *previous = nullptr;
+    ContextState *next = nullptr;
+
+    ContextState();
+    ~ContextState() = default;
+
+    // Storage is the system heap's, because Heap itself needs a context.
+    static void *operator new(std::size_t size);
+    static void operator delete(void *storage) noexcept;
+
+    // Makes `scratch` hold `bytes` bytes, keeping its contents, with four zero bytes behind them.
+    // A buffer above 16384 bytes is replaced by one of the exact size. Returns the buffer.
+    char *growScratch(int bytes);
+
+    // Ends everything that the context owns while it can still serve Heap.
+    void tearDown();
+};
+
+// A thread's way to its context in multi-threaded operation. An exit leaves the slots of other
+// threads as they are and changes the generation, so that no slot is ever followed into a record
+// of an earlier start.
+struct ThreadSlot
+{
+    ContextState *context = nullptr;
+    unsigned generation = 0;
+};
+
+extern constinit thread_local ThreadSlot threadSlot __attribute__((tls_model("initial-exec")));
+
+// Makes the calling thread's context.
+ContextState &makeContext();
+
+// The calling thread's context by the one rule: the host's override, else the one of the process,
+// else the one of the thread.
+inline ContextState &currentContext()
+{
+    if (globals.context != nullptr) [[unlikely]]
+        return static_cast<ContextState &>(*globals.context);
+    if (processState.singleContext != nullptr)
+        return *processState.singleContext;
+    if (threadSlot.generation == processState.generation) [[likely]]
+        return *threadSlot.context;
+    return makeContext();
+}
+
+// Calls `visit` on every living context, under the list's mutex.
+void forEachContext(void (*visit)(ContextState &context, void *argument), void *argument);
+
+// What contexts that are gone counted.
+extern BlockCounters retiredCounters;
+
+} // namespace Tavrin::detail

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+// The start and stop routine of each subsystem. Startup.cpp puts them in order; each subsystem
+// implements its own pair. A stop routine runs also when the start of a later row failed.
+namespace Tavrin::detail {
+
+void startAllocator();
+void stopAllocator();
+void startContext();
+void stopContext();
+void stopLockTable();
+
+// The whole tables, in order.
+void runStartRows();
+void runStopRows();
+
+// Part of the switch to multi-threaded operation: from the process to the thread slot.
+void moveContextToThread();
+
+} // namespace Tavrin::detail
