@@ -7,3 +7,4 @@
 #include <tavrin/Heap.h>
 #include <tavrin/InitTerm.h>
 #include <tavrin/Lock.h>
+#include <tavrin/SimpleArray.h>

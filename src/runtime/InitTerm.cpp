@@ -1,13 +1,21 @@
 // SPDX-License-Identifier: MIT
 #include <tavrin/InitTerm.h>
 
+#include <cstdint>
+#include <mutex>
 #include <utility>
+
+#if __has_include(<cxxabi.h>)
+#include <cxxabi.h>
+#endif
 
 #include <tavrin/Context.h>
 #include <tavrin/Lock.h>
+#include <tavrin/SimpleArray.h>
 
 #include "runtime/ContextState.h"
 #include "runtime/LockTable.h"
+#include "runtime/OnHeap.h"
 #include "runtime/ProcessState.h"
 #include "runtime/Startup.h"
 
@@ -15,11 +23,67 @@ namespace Tavrin {
 
 using detail::processState;
 
+namespace {
+
+using ExitHandler = void (*)();
+
+// Threads may add handlers at the same time.
+constinit std::mutex handlerMutex;
+
+// The handler at `index`, or null behind the last one.
+ExitHandler exitHandler(int index)
+{
+    std::lock_guard guard(handlerMutex);
+    if (processState.exitHandlers == nullptr)
+        return nullptr;
+    const SimpleArray &handlers = *processState.exitHandlers;
+    return reinterpret_cast<ExitHandler>(static_cast<std::intptr_t>(handlers[index]));
+}
+
+// What a handler throws is its own affair: the library still goes down. The forced unwinding of a
+// cancelled thread is no exception to swallow; the platform aborts when it is not let through.
+void runExitHandler(ExitHandler handler)
+{
+    try {
+        handler();
+#if defined(__GLIBCXX__)
+    } catch (const abi::__forced_unwind &) {
+        throw;
+#endif
+    } catch (...) {}
+}
+
+// Reads the list afresh each round, because handlers may add to it.
+void runExitHandlers()
+{
+    for (int index = 0; ExitHandler handler = exitHandler(index); ++index)
+        runExitHandler(handler);
+}
+
+void dropExitHandlers()
+{
+    std::lock_guard guard(handlerMutex);
+    detail::deleteOnHeap(std::exchange(processState.exitHandlers, nullptr));
+}
+
+// Makes an exit within the exit do nothing; also when a cancelled thread leaves it half-way.
+class ExitUnderWay
+{
+public:
+    ExitUnderWay() { processState.exiting = true; }
+    ~ExitUnderWay() { processState.exiting = false; }
+    ExitUnderWay(const ExitUnderWay &) = delete;
+    ExitUnderWay &operator=(const ExitUnderWay &) = delete;
+};
+
+} // namespace
+
 void InitTerm::init()
 {
     if (TvAtomicInc(&processState.initCount) != 1)
         return;
     detail::runStartRows();
+    processState.exitHandlers = detail::newOnHeap<SimpleArray>();
     processState.startingUp = false;
 }
 
@@ -31,10 +95,25 @@ void InitTerm::exit()
             TvAtomicDec(&processState.initCount);
         return;
     }
+    if (processState.exiting)
+        return;
+    ExitUnderWay underWay;
+    runExitHandlers();
+    dropExitHandlers();
     Context &context = Context::get();
     delete std::exchange(context.engineState, nullptr);
     detail::runStopRows();
+    // Not a decrement: an init that a handler left without its exit does not bring the library up.
     processState.initCount = 0;
+}
+
+void InitTerm::atExit(void (*handler)())
+{
+    if (handler == nullptr)
+        return;
+    std::lock_guard guard(handlerMutex);
+    if (processState.exitHandlers != nullptr)
+        processState.exitHandlers->append(reinterpret_cast<std::intptr_t>(handler));
 }
 
 bool InitTerm::isInitialized()

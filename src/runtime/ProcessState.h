@@ -20,8 +20,8 @@ struct alignas(64) ProcessState
     bool multiThreaded = false;            // contexts go to the thread slots
     bool startingUp = true;                // until the very end of init
     bool uiEnabled = true;
-    bool exiting = false; // the exit handlers are running
-    SimpleArray *exitHandlers = nullptr;
+    bool exiting = false;                // the last exit is under way, from its first handler on
+    SimpleArray *exitHandlers = nullptr; // function pointers, oldest first
 };
 
 extern ProcessState processState;
