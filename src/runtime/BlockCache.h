@@ -103,6 +103,9 @@ struct BlockCache
     void setLimits(int budget);
 };
 
+// Throws what Heap throws: std::bad_alloc with the text "bad allocation".
+[[noreturn, gnu::cold, gnu::noinline]] void throwOutOfMemory();
+
 // Changes the size of a block from Heap as Heap::reAlloc does, but keeps the contents, and releases
 // the old block, when only the second attempt succeeds. The containers of this library grow by it.
 void *resizeBlock(void *user, std::size_t size);

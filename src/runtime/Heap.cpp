@@ -21,7 +21,7 @@
 #include "runtime/AllocatorTable.h"
 #include "runtime/BlockCache.h"
 #include "runtime/ContextState.h"
-#include "runtime/Poison.h"
+#include "runtime/HeapInline.h"
 
 namespace Tavrin {
 
@@ -36,19 +36,23 @@ public:
     const char *what() const noexcept override { return "bad allocation"; }
 };
 
-[[noreturn, gnu::cold, gnu::noinline]] void throwOutOfMemory()
+} // namespace
+
+void throwOutOfMemory()
 {
     throw OutOfMemory();
 }
 
-struct Place
+struct AllocationPlace
 {
     const char *file;
     int line;
 };
 
+namespace {
+
 // Entry 0 is always the DefaultAllocator, so its virtual calls are known here.
-void *askAllocator(int index, std::size_t blockSize, const Place *place)
+void *askAllocator(int index, std::size_t blockSize, const AllocationPlace *place)
 {
     if (index == 0)
         return std::malloc(blockSize);
@@ -98,20 +102,8 @@ std::size_t checkedBlockSize(std::size_t request)
     return blockSize;
 }
 
-void exposeRequest(void *user, std::size_t request)
-{
-    const std::size_t usable = sizeInHeader(headerOf(user)) - blockHeaderSize;
-    unpoison(user, request);
-    poison(static_cast<std::byte *>(user) + request, usable - request);
-}
-
-void exposeBlock(void *user)
-{
-    unpoison(user, sizeInHeader(headerOf(user)) - blockHeaderSize);
-}
-
 // A fresh block of the allocator in force, counted, with its header.
-void *makeBlock(std::size_t blockSize, const Place *place)
+void *makeBlock(std::size_t blockSize, const AllocationPlace *place)
 {
     const int index = allocatorTable.currentIndex();
     void *block = askAllocator(index, blockSize, place);
@@ -125,8 +117,9 @@ void *makeBlock(std::size_t blockSize, const Place *place)
     return writeHeader(block, blockSize, index);
 }
 
-// Everything but the cache hit.
-[[gnu::noinline]] void *allocateAnew(std::size_t request, const Place *place)
+} // namespace
+
+void *allocateAnew(std::size_t request, const AllocationPlace *place)
 {
     if (!isLibraryUp())
         throwOutOfMemory();
@@ -135,29 +128,15 @@ void *makeBlock(std::size_t blockSize, const Place *place)
     return user;
 }
 
-inline BlockClass *classForRequest(ContextState &context, std::size_t request)
+void releaseToAllocator(void *user, BlockCounters &counters)
 {
-    if (request > largestCachedRequest)
-        return nullptr;
-    return &context.cache.classes[classOfBlock(blockSizeFor(request))];
+    exposeBlock(user);
+    const std::uint64_t header = headerOf(user);
+    counters.add(-1, -static_cast<std::int64_t>(sizeInHeader(header)));
+    freeByAllocator(allocatorInHeader(header), blockOf(user));
 }
 
-inline void *takeFromClass(BlockClass &blockClass, std::size_t request)
-{
-    void *user = blockClass.pop();
-    exposeRequest(user, request);
-    return user;
-}
-
-inline void *allocate(std::size_t request)
-{
-    if (isLibraryUp()) [[likely]] {
-        BlockClass *blockClass = classForRequest(currentContext(), request);
-        if (blockClass != nullptr && !blockClass->isEmpty()) [[likely]]
-            return takeFromClass(*blockClass, request);
-    }
-    return allocateAnew(request, nullptr);
-}
+namespace {
 
 void *allocateAt(std::size_t request, const char *file, int line)
 {
@@ -168,35 +147,8 @@ void *allocateAt(std::size_t request, const char *file, int line)
         if (blockClass != nullptr && !blockClass->isEmpty())
             return takeFromClass(*blockClass, request);
     }
-    const Place place{file, line};
+    const AllocationPlace place{file, line};
     return allocateAnew(request, &place);
-}
-
-[[gnu::noinline]] void releaseToAllocator(void *user, BlockCounters &counters)
-{
-    exposeBlock(user);
-    const std::uint64_t header = headerOf(user);
-    counters.add(-1, -static_cast<std::int64_t>(sizeInHeader(header)));
-    freeByAllocator(allocatorInHeader(header), blockOf(user));
-}
-
-inline void release(void *user)
-{
-    if (!isLibraryUp() || user == nullptr) [[unlikely]]
-        return;
-    BlockCache &cache = currentContext().cache;
-    const std::size_t blockSize = sizeInHeader(headerOf(user));
-    if (blockSize <= largestCachedBlock) [[likely]] {
-        BlockClass &blockClass = cache.classes[classOfBlock(blockSize)];
-        if (!blockClass.isFull()) [[likely]] {
-            exposeBlock(user);
-            blockClass.push(user);
-            poison(static_cast<std::byte *>(user) + sizeof(void *),
-                   blockSize - blockHeaderSize - sizeof(void *));
-            return;
-        }
-    }
-    releaseToAllocator(user, cache.counters);
 }
 
 // What a failed resize leaves: the old block, and fresh storage of the new size, or an exception.
