@@ -8,3 +8,4 @@
 #include <tavrin/InitTerm.h>
 #include <tavrin/Lock.h>
 #include <tavrin/SimpleArray.h>
+#include <tavrin/SparseArray.h>

@@ -27,19 +27,12 @@ std::size_t recordBytes(int capacity)
     return sizeof(SimpleArrayData) + sizeof(std::int64_t) * static_cast<unsigned>(capacity);
 }
 
-// More slots than an int counts are asked for as a block that Heap never has.
-[[noreturn]] void refuse()
-{
-    Heap::operator new(std::numeric_limits<std::size_t>::max());
-    throw std::bad_alloc();
-}
-
 int roundUp(int count, int increment)
 {
     const std::int64_t granules = (std::int64_t{count} - 1 + increment) / increment;
     const std::int64_t capacity = granules * increment;
     if (capacity > mostSlots)
-        refuse();
+        detail::throwOutOfMemory();
     return static_cast<int>(capacity);
 }
 
@@ -227,7 +220,7 @@ void SimpleArray::setLength(std::int64_t count)
         return;
     }
     if (count > mostSlots)
-        refuse();
+        detail::throwOutOfMemory();
     const int oldLength = data->length;
     const int newLength = static_cast<int>(count);
     if (newLength == oldLength)

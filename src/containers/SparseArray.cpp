@@ -1,0 +1,367 @@
+// SPDX-License-Identifier: MIT
+// A chained hash table over a power of two of buckets.
+//
+// The order of walking is part of the interface, so everything that decides it is fixed: the bucket
+// of a key, 32 buckets at first, doubling when the load in whole per cent is above 50 before a new
+// key comes in, new and moved items at the front of their chains, the old table walked in order.
+//
+// Items are carved from slabs and recycled, which costs a new key less than a block of its own
+// would. When the last item goes, all slabs but the first go too.
+//
+// A forEach that is under way stands in the list `walks`. Whoever takes an item out of the table
+// moves those walks on that were about to visit it, so that `fn` may do with the table what it
+// likes. A walk ends because buckets are visited once, new items come in front of the place where
+// the walk is, and the number of buckets stays while there are walks.
+// Pinned by tests/containers/SparseArrayTest.cpp.
+#include <tavrin/SparseArray.h>
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+#include "runtime/BlockCache.h"
+
+namespace Tavrin {
+
+namespace {
+
+constexpr int firstBuckets = 32;
+constexpr int mostBuckets = 1 << 30;
+constexpr int growAbovePercent = 50;
+constexpr int shrinkBelowPercent = 30;
+
+constexpr int firstSlabItems = 12;  // the largest slab that the block cache serves
+constexpr int mostSlabItems = 2728; // 64 KiB
+
+std::int64_t percentFilled(int count, int bucketCount)
+{
+    return std::int64_t{count} * 100 / bucketCount;
+}
+
+} // namespace
+
+// One call of forEach. When the table ends it, it does not touch the table any more, so that `fn`
+// may even destroy it.
+struct SparseArray::Walk
+{
+    explicit Walk(SparseArray &walked) : table(&walked), outer(walked.walks)
+    {
+        walked.walks = this;
+    }
+    ~Walk()
+    {
+        if (table != nullptr)
+            table->walks = outer;
+    }
+    Walk(const Walk &) = delete;
+    Walk &operator=(const Walk &) = delete;
+
+    bool hasEnded() const { return table == nullptr; }
+
+    SparseArray *table; // null once ended
+    Walk *outer;
+    ArrayItem *current = nullptr; // the item that `fn` has; null when it is gone
+    ArrayItem *next = nullptr;    // the item to visit after it
+};
+
+void SparseArray::Pool::reserve()
+{
+    if (freed != nullptr || (slabs != nullptr && slabs->used < slabs->capacity))
+        return;
+    const int capacity =
+        slabs == nullptr ? firstSlabItems : std::min(2 * slabs->capacity, mostSlabItems);
+    const auto items = sizeof(ArrayItem) * static_cast<unsigned>(capacity);
+    slabs = ::new (Heap::operator new(sizeof(Slab) + items)) Slab{slabs, 0, capacity};
+}
+
+ArrayItem *SparseArray::Pool::take()
+{
+    ++taken;
+    if (freed != nullptr)
+        return std::exchange(freed, freed->next);
+    return slabs->items() + slabs->used++;
+}
+
+void SparseArray::Pool::give(ArrayItem *item)
+{
+    item->next = freed;
+    freed = item;
+    if (--taken > 0)
+        return;
+    Slab *oldest = slabs;
+    while (oldest->next != nullptr)
+        oldest = oldest->next;
+    release(oldest);
+}
+
+void SparseArray::Pool::release(Slab *last)
+{
+    while (slabs != last)
+        Heap::operator delete(std::exchange(slabs, slabs->next));
+    if (last != nullptr)
+        last->used = 0;
+    freed = nullptr;
+    taken = 0;
+}
+
+void SparseArray::Pool::swap(Pool &other) noexcept
+{
+    std::swap(slabs, other.slabs);
+    std::swap(freed, other.freed);
+    std::swap(taken, other.taken);
+}
+
+// The delegation makes the destructor run when memory runs out half-way.
+SparseArray::SparseArray(const SparseArray &other) : SparseArray()
+{
+    *this += other;
+}
+
+SparseArray::SparseArray(SparseArray &&other) noexcept : SparseArray()
+{
+    other.endWalks();
+    swap(other);
+}
+
+SparseArray::~SparseArray()
+{
+    endWalks();
+}
+
+SparseArray &SparseArray::operator=(const SparseArray &other)
+{
+    if (this != &other)
+        *this = SparseArray(other);
+    return *this;
+}
+
+SparseArray &SparseArray::operator=(SparseArray &&other) noexcept
+{
+    SparseArray taken(std::move(other));
+    endWalks();
+    swap(taken);
+    return *this;
+}
+
+// Visits all items in walking order, until `visit` returns false.
+template <class Visitor>
+void SparseArray::visitAll(Visitor visit) const
+{
+    for (const std::int64_t slot : buckets)
+        for (ArrayItem *item = fromSlot(slot); item != nullptr; item = item->next)
+            if (!visit(*item))
+                return;
+}
+
+bool SparseArray::operator==(const SparseArray &other) const
+{
+    if (buckets.length() != other.buckets.length())
+        return false;
+    for (int bucket = 0; bucket < buckets.length(); ++bucket) {
+        const ArrayItem *left = firstOf(bucket);
+        const ArrayItem *right = other.firstOf(bucket);
+        for (; left != nullptr && right != nullptr; left = left->next, right = right->next)
+            if (left->key != right->key || left->value != right->value)
+                return false;
+        if (left != right)
+            return false;
+    }
+    return true;
+}
+
+SparseArray &SparseArray::operator+=(const SparseArray &other)
+{
+    other.visitAll([this](const ArrayItem &item) {
+        set(item.key, item.value);
+        return true;
+    });
+    return *this;
+}
+
+std::int64_t SparseArray::findKey(std::int64_t value) const
+{
+    std::int64_t key = -1;
+    visitAll([&](const ArrayItem &item) {
+        if (item.value != value)
+            return true;
+        key = item.key;
+        return false;
+    });
+    return key;
+}
+
+void SparseArray::getData(SimpleArray &out) const
+{
+    SimpleArray values;
+    visitAll([&](const ArrayItem &item) {
+        if (item.value != 0 && values.indexOf(item.value) < 0)
+            values.append(item.value);
+        return true;
+    });
+    out = std::move(values);
+}
+
+void SparseArray::getKeys(SimpleArray &out) const
+{
+    out.setSize(count);
+    if (count == 0)
+        return;
+    std::int64_t *slot = &out[0];
+    std::int64_t *const end = slot + count;
+    visitAll([&](const ArrayItem &item) {
+        *slot++ = item.key;
+        return true;
+    });
+    std::fill(slot, end, 0);
+}
+
+void SparseArray::set(std::int64_t key, std::int64_t value)
+{
+    if (ArrayItem *item = itemOf(key))
+        item->value = value;
+    else
+        add(key, value);
+}
+
+// What can fail comes before what changes the table.
+void SparseArray::add(std::int64_t key, std::int64_t value)
+{
+    if (count == std::numeric_limits<int>::max())
+        detail::throwOutOfMemory();
+    pool.reserve();
+    if (buckets.length() == 0)
+        buckets.setSize(firstBuckets);
+    else if (needsGrowth())
+        rehash(2 * buckets.length());
+    ArrayItem *item = pool.take();
+    std::int64_t &first = buckets[bucketOf(key, buckets.length())];
+    *item = {fromSlot(first), key, value};
+    first = toSlot(item);
+    ++count;
+}
+
+bool SparseArray::needsGrowth() const
+{
+    return walks == nullptr && buckets.length() < mostBuckets &&
+           percentFilled(count, buckets.length()) > growAbovePercent;
+}
+
+void SparseArray::rehash(int bucketCount)
+{
+    SimpleArray fresh;
+    fresh.setSize(bucketCount);
+    std::int64_t *firsts = &fresh[0];
+    for (const std::int64_t slot : buckets) {
+        ArrayItem *next = nullptr;
+        for (ArrayItem *item = fromSlot(slot); item != nullptr; item = next) {
+            next = item->next;
+            std::int64_t &first = firsts[bucketOf(item->key, bucketCount)];
+            item->next = fromSlot(first);
+            first = toSlot(item);
+        }
+    }
+    buckets = std::move(fresh);
+}
+
+std::int64_t SparseArray::remove(std::int64_t key)
+{
+    ArrayItem *item = itemOf(key);
+    if (item == nullptr)
+        return 0;
+    const std::int64_t value = item->value;
+    discard(item);
+    --count;
+    return value;
+}
+
+void SparseArray::removeData(std::int64_t value)
+{
+    SimpleArray keys;
+    visitAll([&](const ArrayItem &item) {
+        if (item.value == value)
+            keys.append(item.key);
+        return true;
+    });
+    for (const std::int64_t key : keys)
+        remove(key);
+}
+
+void SparseArray::erase()
+{
+    endWalks();
+    SparseArray emptied;
+    swap(emptied);
+}
+
+void SparseArray::forEach(bool (*fn)(std::int64_t key, std::int64_t *value, std::int64_t arg),
+                          std::int64_t arg)
+{
+    if (count == 0)
+        return;
+    Walk walk(*this);
+    for (int bucket = 0; bucket < buckets.length(); ++bucket) {
+        walk.next = firstOf(bucket);
+        while (walk.next != nullptr) {
+            walk.current = walk.next;
+            walk.next = walk.current->next;
+            const bool keeps = fn(walk.current->key, &walk.current->value, arg);
+            if (walk.hasEnded())
+                return;
+            // D-064: the item goes, and `count` stays as it is.
+            if (!keeps && walk.current != nullptr)
+                discard(walk.current);
+        }
+    }
+}
+
+// Takes an item out of its chain and recycles it.
+void SparseArray::discard(ArrayItem *item)
+{
+    for (Walk *walk = walks; walk != nullptr; walk = walk->outer) {
+        if (walk->current == item)
+            walk->current = nullptr;
+        if (walk->next == item)
+            walk->next = item->next;
+    }
+    std::int64_t &first = buckets[bucketOf(item->key, buckets.length())];
+    if (fromSlot(first) == item) {
+        first = toSlot(item->next);
+    } else {
+        ArrayItem *before = fromSlot(first);
+        while (before->next != item)
+            before = before->next;
+        before->next = item->next;
+    }
+    pool.give(item);
+}
+
+void SparseArray::endWalks()
+{
+    for (Walk *walk = std::exchange(walks, nullptr); walk != nullptr; walk = walk->outer)
+        walk->table = nullptr;
+}
+
+void SparseArray::swap(SparseArray &other) noexcept
+{
+    std::swap(count, other.count);
+    std::swap(buckets, other.buckets);
+    pool.swap(other.pool);
+}
+
+ArrayItem *SparseArray::findItem(std::int64_t) const
+{
+    return nullptr;
+}
+
+void SparseArray::smartGrow() {}
+
+void SparseArray::smartShrink()
+{
+    const int bucketCount = buckets.length();
+    if (walks != nullptr || bucketCount == 0 ||
+        percentFilled(count, bucketCount) >= shrinkBelowPercent)
+        return;
+    rehash(bucketCount < firstBuckets ? firstBuckets : bucketCount / 2);
+}
+
+} // namespace Tavrin
