@@ -7,5 +7,6 @@
 #include <tavrin/Heap.h>
 #include <tavrin/InitTerm.h>
 #include <tavrin/Lock.h>
+#include <tavrin/Refcountable.h>
 #include <tavrin/SimpleArray.h>
 #include <tavrin/SparseArray.h>

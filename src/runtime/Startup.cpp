@@ -20,6 +20,7 @@ constexpr Row startRows[] = {
 
 constexpr Row stopRows[] = {
     {"lock table", stopLockTable},
+    {"weak references", stopWeakReferences},
     {"context", stopContext},
     {"allocator", stopAllocator},
 };

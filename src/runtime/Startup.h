@@ -10,6 +10,7 @@ void stopAllocator();
 void startContext();
 void stopContext();
 void stopLockTable();
+void stopWeakReferences();
 
 // The whole tables, in order.
 void runStartRows();
