@@ -19,7 +19,7 @@ class String;
 class TAVRIN_API Context
 {
 public:
-    // The calling thread's context.
+    // The calling thread's own context, whatever Globals::context says.
     static Context &get();
 
     Encoder *encoder = nullptr;     // the thread's default encoder; null until first asked for
@@ -43,8 +43,8 @@ struct Globals
     // The first of the 15 locks; null until InitTerm::setMT. Whether it is null decides, all over
     // the library, between plain and atomic or locked work.
     Lock *locks = nullptr;
-    // Overrides the calling thread's context while it is not null. For hosts: the library never
-    // writes it, and a host that set it clears it before InitTerm::exit.
+    // While it is not null, the library works with it in place of the calling thread's context. For
+    // hosts: the library never writes it, and a host that set it clears it before InitTerm::exit.
     Context *context = nullptr;
 
     static Globals *get();

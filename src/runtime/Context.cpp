@@ -212,7 +212,7 @@ Context::~Context()
 
 Context &Context::get()
 {
-    return detail::currentContext();
+    return detail::ownContext();
 }
 
 Callbacks::~Callbacks() = default;

@@ -56,17 +56,23 @@ extern constinit thread_local ThreadSlot threadSlot __attribute__((tls_model("in
 // Makes the calling thread's context.
 ContextState &makeContext();
 
-// The calling thread's context by the one rule: the host's override, else the one of the process,
-// else the one of the thread.
-inline ContextState &currentContext()
+// The calling thread's own context: the one of the process, else the one of the thread.
+inline ContextState &ownContext()
 {
-    if (globals.context != nullptr) [[unlikely]]
-        return static_cast<ContextState &>(*globals.context);
     if (processState.singleContext != nullptr)
         return *processState.singleContext;
     if (threadSlot.generation == processState.generation) [[likely]]
         return *threadSlot.context;
     return makeContext();
+}
+
+// The context by the one rule that the whole library follows: the host's override, else the calling
+// thread's own.
+inline ContextState &currentContext()
+{
+    if (globals.context != nullptr) [[unlikely]]
+        return static_cast<ContextState &>(*globals.context);
+    return ownContext();
 }
 
 // Calls `visit` on every living context, under the list's mutex.
