@@ -149,12 +149,18 @@ char *ContextState::growScratch(int bytes)
 void ContextState::tearDown()
 {
     delete std::exchange(engineState, nullptr);
+    dropMemory();
+    delete std::exchange(ownedObject, nullptr);
+    dropMemory(); // the owned object's destructor may have brought some back
+}
+
+void ContextState::dropMemory()
+{
     Heap::operator delete(std::exchange(scratch, nullptr));
     scratchSize = 0;
     cache.flush();
     cacheSize = 0;
     cache.setLimits(0);
-    delete std::exchange(ownedObject, nullptr);
 }
 
 ContextState &makeContext()

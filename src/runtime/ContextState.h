@@ -40,6 +40,8 @@ struct ContextState : Context
 
     // Ends everything that the context owns while it can still serve Heap.
     void tearDown();
+    // Gives back the scratch buffer and the cached blocks, and caches no more.
+    void dropMemory();
 };
 
 // A thread's way to its context in multi-threaded operation. An exit leaves the slots of other
