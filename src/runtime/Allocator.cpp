@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <cstdlib>
-#include <new>
 #include <utility>
 
 #include <tavrin/Heap.h>
@@ -104,7 +103,7 @@ void *DefaultAllocator::operator new(std::size_t size)
 {
     void *storage = std::malloc(size);
     if (storage == nullptr)
-        throw std::bad_alloc();
+        Tavrin::detail::throwOutOfMemory();
     return storage;
 }
 

@@ -15,7 +15,6 @@
 #include <cstring>
 #include <limits>
 #include <mutex>
-#include <new>
 #include <utility>
 
 #include <tavrin/Heap.h>
@@ -119,7 +118,7 @@ void *ContextState::operator new(std::size_t size)
 {
     void *storage = std::malloc(size);
     if (storage == nullptr)
-        throw std::bad_alloc();
+        throwOutOfMemory();
     return storage;
 }
 
@@ -131,7 +130,7 @@ void ContextState::operator delete(void *storage) noexcept
 char *ContextState::growScratch(int bytes)
 {
     if (bytes > std::numeric_limits<int>::max() - scratchTail)
-        throw std::bad_alloc();
+        throwOutOfMemory();
     const int needed = bytes + scratchTail;
     const int kept = scratchSize > scratchKeptSize && scratchSize >= needed ? 0 : scratchSize;
     if (kept < needed) {
