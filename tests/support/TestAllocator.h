@@ -11,8 +11,8 @@
 namespace Tavrin::test {
 
 // TestAllocator: malloc that counts, and that refuses the requests it is told to refuse.
-// Fresh blocks are filled with 0xCD and freed ones with 0xDD; a reallocation always moves; a block
-// that is not its own, or that was freed before, ends the process with a message.
+// Fresh blocks are filled with 0xCD and freed ones with 0xDD, up to 64 KiB of them; a reallocation
+// always moves; a block that is not its own ends the process with a message.
 // Owns:    nothing; the blocks are their users'.
 // Threads: all counters are atomic and relaxed, so that they hide no race from a sanitizer.
 //          failRequests and stopFailing belong to moments when no other thread allocates.
@@ -21,7 +21,7 @@ class TestAllocator : public Allocator
 public:
     static constexpr std::int64_t forever = std::numeric_limits<std::int64_t>::max();
     // Larger requests are refused without asking the system, which may stop the process instead.
-    static constexpr std::size_t largestRequest = std::size_t{1} << 36;
+    static constexpr std::size_t largestRequest = std::size_t{1} << 32;
 
     // The instance that all tests of a process share: the table of allocators has ten places, and
     // they are taken for good.

@@ -1,0 +1,262 @@
+// SPDX-License-Identifier: MIT
+// White-box: what the block cache keeps, and how blocks are laid out.
+#include "runtime/BlockCache.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <tavrin/Heap.h>
+#include <tavrin/InitTerm.h>
+
+#include "runtime/ContextState.h"
+#include "runtime/Poison.h"
+#include "support/LibraryTest.h"
+#include "support/MemoryFailure.h"
+#include "support/RunOnThreads.h"
+#include "support/TestAllocator.h"
+
+using namespace Tavrin;
+using namespace Tavrin::detail;
+using test::TestAllocator;
+using test::underMemoryFailure;
+
+namespace {
+
+class BlockCacheTest : public test::LibraryTest
+{
+protected:
+    static BlockCache &cache() { return currentContext().cache; }
+};
+
+// A block of 100 bytes 'a'.
+struct Letters
+{
+    char *block;
+
+    Letters() : block(static_cast<char *>(Heap::operator new(100)))
+    {
+        std::memset(block, 'a', 100);
+    }
+    Letters(const Letters &) = delete;
+    Letters &operator=(const Letters &) = delete;
+    ~Letters() { Heap::operator delete(block); }
+
+    bool areKept(std::size_t count) const
+    {
+        return std::all_of(block, block + count, [](char letter) { return letter == 'a'; });
+    }
+};
+
+} // namespace
+
+// The layout of blocks.
+
+TEST(BlockLayout, TheClassFollowsFromTheBlockSize)
+{
+    for (std::size_t blockClass = 0; blockClass < 20; ++blockClass)
+        EXPECT_EQ(classOfBlock(16 * (blockClass + 1)), blockClass);
+    EXPECT_EQ(classOfBlock(blockSizeFor(312)), 19u);
+    EXPECT_EQ(classOfBlock(blockSizeFor(313)), 20u);
+}
+
+TEST(BlockLayout, TheHeaderHoldsSizeAndAllocator)
+{
+    for (std::uint64_t index = 0; index <= 10; ++index) {
+        const std::uint64_t header = 4096 | index;
+        EXPECT_EQ(sizeInHeader(header), 4096u);
+        EXPECT_EQ(allocatorInHeader(header), static_cast<int>(index));
+    }
+}
+
+TEST_F(BlockCacheTest, ABlockCarriesItsSizeAndItsAllocatorInFrontOfTheUsersBytes)
+{
+    void *block = Heap::operator new(100);
+    EXPECT_EQ(headerOf(block), 112u | 1u) << "TestAllocator has the first place";
+    block = Heap::reAlloc(block, 1000);
+    EXPECT_EQ(headerOf(block), 1008u | 1u);
+    Heap::operator delete(block);
+    Allocator::set(nullptr);
+    block = Heap::operator new(100);
+    EXPECT_EQ(headerOf(block), 112u);
+    Heap::operator delete(block);
+}
+
+TEST_F(BlockCacheTest, AHeldBlockKeepsItsHeaderAndLinksByItsFirstWord)
+{
+    void *first = Heap::operator new(100);
+    void *second = Heap::operator new(100);
+    Heap::operator delete(first);
+    Heap::operator delete(second);
+    const BlockClass &blockClass = cache().classes[classOfBlock(112)];
+    EXPECT_EQ(blockClass.head, second);
+    EXPECT_EQ(blockClass.readCount(), 2u);
+    EXPECT_EQ(headerOf(second), 112u | 1u);
+    EXPECT_EQ(*static_cast<void **>(second), first);
+    EXPECT_EQ(*static_cast<void **>(first), nullptr);
+}
+
+// Limits.
+
+TEST_F(BlockCacheTest, EveryClassOfAFreshContextHoldsItsShareOf102400Bytes)
+{
+    const auto expectShares = [] {
+        EXPECT_EQ(currentContext().cacheSize, 102400);
+        for (int index = 0; index < 20; ++index) {
+            const BlockClass &blockClass = cache().classes[index];
+            EXPECT_EQ(blockClass.limit, 102400u / (320u * static_cast<unsigned>(index + 1)));
+            EXPECT_EQ(blockClass.readCount(), 0u);
+            EXPECT_EQ(blockClass.head, nullptr);
+        }
+    };
+    EXPECT_EQ(cache().classes[0].limit, 320u);
+    EXPECT_EQ(cache().classes[1].limit, 160u);
+    EXPECT_EQ(cache().classes[19].limit, 16u);
+    InitTerm::setMT();
+    test::runOnThread(expectShares);
+}
+
+TEST_F(BlockCacheTest, TheLimitIsTheTruncatedShareForEveryBudget)
+{
+    constexpr int most = std::numeric_limits<int>::max();
+    const auto expectLimits = [](int budget) {
+        SCOPED_TRACE(budget);
+        Heap::setCacheSize(budget);
+        for (int index = 0; index < 20; ++index)
+            EXPECT_EQ(cache().classes[index].limit,
+                      static_cast<unsigned>(budget / (320 * (index + 1))));
+    };
+    for (int budget = 0; budget < 20000; budget += 7)
+        expectLimits(budget);
+    for (const int budget : {319, 320, 6399, 6400, 102399, 102400, most - 1, most})
+        expectLimits(budget);
+}
+
+TEST_F(BlockCacheTest, NoClassExceedsItsLimitAndAllAreFilledUpToIt)
+{
+    Heap::setCacheSize(20000);
+    for (int index = 0; index < 20; ++index) {
+        const BlockClass &blockClass = cache().classes[index];
+        std::vector<void *> blocks;
+        for (unsigned made = 0; made < blockClass.limit + 3; ++made)
+            blocks.push_back(Heap::operator new(static_cast<std::size_t>(index) * 16 + 8));
+        for (void *block : blocks)
+            Heap::operator delete(block);
+        EXPECT_EQ(blockClass.readCount(), blockClass.limit);
+    }
+}
+
+TEST_F(BlockCacheTest, FlushingKeepsTheLimits)
+{
+    Heap::operator delete(Heap::operator new(100));
+    Heap::flushCache();
+    for (int index = 0; index < 20; ++index) {
+        EXPECT_EQ(cache().classes[index].readCount(), 0u);
+        EXPECT_EQ(cache().classes[index].head, nullptr);
+        EXPECT_EQ(cache().classes[index].limit,
+                  102400u / (320u * static_cast<unsigned>(index + 1)));
+    }
+}
+
+TEST_F(BlockCacheTest, OnlyNewAtALineLooksAtTheBudgetBeforeItTakesFromAClass)
+{
+    void *first = Heap::operator new(100);
+    void *second = Heap::operator new(100);
+    Heap::operator delete(first);
+    Heap::operator delete(second);
+    currentContext().cacheSize = 0;
+    const std::int64_t allocations = TestAllocator::shared().allocations();
+    void *atALine = Heap::operator new(100, "file", 7);
+    EXPECT_EQ(TestAllocator::shared().allocations(), allocations + 1);
+    EXPECT_EQ(cache().classes[classOfBlock(112)].readCount(), 2u);
+    EXPECT_EQ(Heap::operator new(100), second);
+    currentContext().cacheSize = 102400;
+    EXPECT_EQ(Heap::operator new(100, "file", 7), first);
+    Heap::operator delete(first);
+    Heap::operator delete(second);
+    Heap::operator delete(atALine);
+}
+
+// resizeBlock, which the library's own classes use in place of Heap::reAlloc.
+
+TEST(ResizeBlock, ThrowsWithoutTheLibrary)
+{
+    EXPECT_THROW(resizeBlock(nullptr, 100), std::bad_alloc);
+}
+
+TEST_F(BlockCacheTest, ResizingNullGivesNull)
+{
+    EXPECT_EQ(resizeBlock(nullptr, 100), nullptr);
+}
+
+TEST_F(BlockCacheTest, ResizingWithinTheSameBlockReturnsIt)
+{
+    const Letters letters;
+    EXPECT_EQ(resizeBlock(letters.block, 104), letters.block);
+    EXPECT_EQ(resizeBlock(letters.block, 89), letters.block);
+    EXPECT_TRUE(letters.areKept(89));
+}
+
+TEST_F(BlockCacheTest, ResizingKeepsTheContentsThroughEveryMemoryFailure)
+{
+    constexpr std::size_t sizes[] = {1000, 105, 20};
+    for (const std::size_t size : sizes) {
+        SCOPED_TRACE(size);
+        underMemoryFailure([] { return Letters(); },
+                           [size](Letters &letters) {
+                               letters.block =
+                                   static_cast<char *>(resizeBlock(letters.block, size));
+                               std::memset(letters.block, 'a', size);
+                           },
+                           [size](const Letters &letters, bool failed) {
+                               const std::size_t block = blockSizeFor(failed ? 100 : size);
+                               EXPECT_EQ(sizeInHeader(headerOf(letters.block)), block);
+                               EXPECT_TRUE(letters.areKept(failed ? 100 : size));
+                           });
+    }
+}
+
+TEST_F(BlockCacheTest, ResizingKeepsTheContentsWhenOnlyTheSecondAttemptSucceeds)
+{
+    for (const std::size_t size : {std::size_t{1000}, std::size_t{20}}) {
+        Letters letters;
+        int blocksBefore = 0, blocks = 0;
+        std::size_t bytesBefore = 0, bytes = 0;
+        Heap::getMemoryStatistics(blocksBefore, bytesBefore);
+        const std::int64_t live = TestAllocator::shared().liveBlocks();
+        TestAllocator::shared().failRequests(1);
+        letters.block = static_cast<char *>(resizeBlock(letters.block, size));
+        EXPECT_EQ(TestAllocator::shared().refusals(), 1);
+        EXPECT_TRUE(letters.areKept(std::min(size, std::size_t{100})));
+        EXPECT_EQ(TestAllocator::shared().liveBlocks(), live) << "the old block is lost";
+        Heap::getMemoryStatistics(blocks, bytes);
+        EXPECT_EQ(blocks, blocksBefore);
+        EXPECT_EQ(bytes - bytesBefore, blockSizeFor(size) - 112);
+    }
+}
+
+// What the address sanitizer is told.
+
+#if defined(TAVRIN_ADDRESS_SANITIZER)
+TEST_F(BlockCacheTest, TheSanitizerSeesTheBytesBehindARequestAndACachedBlock)
+{
+    auto *block = static_cast<char *>(Heap::operator new(90));
+    EXPECT_FALSE(__asan_address_is_poisoned(block + 89));
+    EXPECT_TRUE(__asan_address_is_poisoned(block + 90));
+    EXPECT_TRUE(__asan_address_is_poisoned(block + 103));
+    block = static_cast<char *>(Heap::reAlloc(block, 100));
+    EXPECT_FALSE(__asan_address_is_poisoned(block + 99));
+    EXPECT_TRUE(__asan_address_is_poisoned(block + 100));
+    Heap::operator delete(block);
+    EXPECT_TRUE(__asan_address_is_poisoned(block + 8));
+    EXPECT_TRUE(__asan_address_is_poisoned(block + 103));
+    EXPECT_EQ(Heap::operator new(104), block);
+    EXPECT_EQ(__asan_region_is_poisoned(block, 104), nullptr);
+    Heap::operator delete(block);
+}
+#endif
