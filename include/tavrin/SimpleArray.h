@@ -156,7 +156,7 @@ public:
     // or below gives up the record, and a custom increment with it.
     void setSize(int count);
     // The allocation granule; values below 1 become 1. In force from the next growth on.
-    void setIncrement(int slots);
+    void setIncrement(int granule);
     // Empties the array and keeps its storage and increment; erase is setSize(0).
     void clear();
     void erase() { dropRecord(std::exchange(data, emptyRecord())); }
@@ -168,9 +168,9 @@ private:
     {
         return const_cast<SimpleArrayData *>(&detail::emptyArrayData);
     }
-    static std::size_t bytes(int slots)
+    static std::size_t bytes(int count)
     {
-        return sizeof(std::int64_t) * static_cast<unsigned>(slots);
+        return sizeof(std::int64_t) * static_cast<unsigned>(count);
     }
 
     static SimpleArrayData *newReference(SimpleArrayData *record)
@@ -292,7 +292,7 @@ public:
 
     TSimpleArray() = default;
     // The same slots, read as pointers.
-    explicit TSimpleArray(const SimpleArray &slots) : SimpleArray(slots) {}
+    explicit TSimpleArray(const SimpleArray &array) : SimpleArray(array) {}
 
     T *operator[](int index) const { return fromSlot(SimpleArray::operator[](index)); }
     Slot operator[](int index) { return Slot(SimpleArray::operator[](index)); }

@@ -163,10 +163,10 @@ void SimpleArray::setSize(int count)
     setLength(count);
 }
 
-void SimpleArray::setIncrement(int slots)
+void SimpleArray::setIncrement(int granule)
 {
     unique();
-    data->increment = std::max(slots, 1);
+    data->increment = std::max(granule, 1);
 }
 
 void SimpleArray::clear()

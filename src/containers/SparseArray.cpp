@@ -27,15 +27,16 @@ namespace {
 
 constexpr int firstBuckets = 32;
 constexpr int mostBuckets = 1 << 30;
-constexpr int growAbovePercent = 50;
+constexpr int growFromPercent = 51;
 constexpr int shrinkBelowPercent = 30;
 
 constexpr int firstSlabItems = 12;  // the largest slab that the block cache serves
 constexpr int mostSlabItems = 2728; // 64 KiB
 
-std::int64_t percentFilled(int count, int bucketCount)
+// Whether the load in whole per cent is at least `percent`, without a division.
+bool isFilledTo(int percent, int count, int bucketCount)
 {
-    return std::int64_t{count} * 100 / bucketCount;
+    return std::int64_t{count} * 100 >= std::int64_t{bucketCount} * percent;
 }
 
 } // namespace
@@ -44,10 +45,7 @@ std::int64_t percentFilled(int count, int bucketCount)
 // may even destroy it.
 struct SparseArray::Walk
 {
-    explicit Walk(SparseArray &walked) : table(&walked), outer(walked.walks)
-    {
-        walked.walks = this;
-    }
+    explicit Walk(SparseArray &walked) : table(&walked), outer(walked.walks) { enlist(); }
     ~Walk()
     {
         if (table != nullptr)
@@ -56,6 +54,8 @@ struct SparseArray::Walk
     Walk(const Walk &) = delete;
     Walk &operator=(const Walk &) = delete;
 
+    // Not inline: GCC 12 would warn of the address that an ended walk seems to leave in the table.
+    [[gnu::noinline]] void enlist() { table->walks = this; }
     bool hasEnded() const { return table == nullptr; }
 
     SparseArray *table; // null once ended
@@ -243,24 +243,28 @@ void SparseArray::add(std::int64_t key, std::int64_t value)
 bool SparseArray::needsGrowth() const
 {
     return walks == nullptr && buckets.length() < mostBuckets &&
-           percentFilled(count, buckets.length()) > growAbovePercent;
+           isFilledTo(growFromPercent, count, buckets.length());
 }
 
+// In place: halving and doubling send the items of a bucket to buckets that are either the same one
+// or not visited any more.
 void SparseArray::rehash(int bucketCount)
 {
-    SimpleArray fresh;
-    fresh.setSize(bucketCount);
-    std::int64_t *firsts = &fresh[0];
-    for (const std::int64_t slot : buckets) {
+    const int oldCount = buckets.length();
+    if (bucketCount > oldCount)
+        buckets.setSize(bucketCount);
+    std::int64_t *firsts = &buckets[0];
+    for (int bucket = 0; bucket < oldCount; ++bucket) {
         ArrayItem *next = nullptr;
-        for (ArrayItem *item = fromSlot(slot); item != nullptr; item = next) {
+        for (ArrayItem *item = fromSlot(std::exchange(firsts[bucket], 0)); item != nullptr;
+             item = next) {
             next = item->next;
             std::int64_t &first = firsts[bucketOf(item->key, bucketCount)];
             item->next = fromSlot(first);
             first = toSlot(item);
         }
     }
-    buckets = std::move(fresh);
+    buckets.setSize(bucketCount);
 }
 
 std::int64_t SparseArray::remove(std::int64_t key)
@@ -358,8 +362,7 @@ void SparseArray::smartGrow() {}
 void SparseArray::smartShrink()
 {
     const int bucketCount = buckets.length();
-    if (walks != nullptr || bucketCount == 0 ||
-        percentFilled(count, bucketCount) >= shrinkBelowPercent)
+    if (walks != nullptr || bucketCount == 0 || isFilledTo(shrinkBelowPercent, count, bucketCount))
         return;
     rehash(bucketCount < firstBuckets ? firstBuckets : bucketCount / 2);
 }
