@@ -3,16 +3,16 @@
 
 #include <cstddef>
 
-#include <tavrin/Heap.h>
-
 namespace Tavrin::platform {
 
 // A mutex that its holder may take again; it is free when it was released as often as it was taken.
-class RecursiveLock : public Heap
+class RecursiveLock
 {
 public:
     RecursiveLock();
     ~RecursiveLock();
+    RecursiveLock(const RecursiveLock &) = delete;
+    RecursiveLock &operator=(const RecursiveLock &) = delete;
 
     void acquire();
     void release();

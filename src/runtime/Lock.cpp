@@ -3,15 +3,16 @@
 
 #include "platform/RecursiveLock.h"
 #include "runtime/LockTable.h"
+#include "runtime/OnHeap.h"
 #include "runtime/Startup.h"
 
 namespace Tavrin {
 
-Lock::Lock() : mutex(new platform::RecursiveLock) {}
+Lock::Lock() : mutex(detail::newOnHeap<platform::RecursiveLock>()) {}
 
 Lock::~Lock()
 {
-    delete mutex;
+    detail::deleteOnHeap(mutex);
 }
 
 void Lock::acquire()
