@@ -46,8 +46,7 @@ const Operation operations[] = {
      [](SimpleArray &a) {
          a.makeUnique();
          const SimpleArray copy = a;
-     },
-     Allocates::always, false},
+     }},
     {"assignment of a pinned array",
      [](SimpleArray &a) {
          SimpleArray pinned = arrayOf({5});
