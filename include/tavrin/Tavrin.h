@@ -10,3 +10,5 @@
 #include <tavrin/Refcountable.h>
 #include <tavrin/SimpleArray.h>
 #include <tavrin/SparseArray.h>
+#include <tavrin/String.h>
+#include <tavrin/UnicodeUtils.h>

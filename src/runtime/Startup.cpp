@@ -16,11 +16,13 @@ struct Row
 constexpr Row startRows[] = {
     {"allocator", startAllocator},
     {"context", startContext},
+    {"string", startString},
 };
 
 constexpr Row stopRows[] = {
     {"lock table", stopLockTable},
     {"weak references", stopWeakReferences},
+    {"string", stopString},
     {"context", stopContext},
     {"allocator", stopAllocator},
 };

@@ -11,6 +11,8 @@ void startContext();
 void stopContext();
 void stopLockTable();
 void stopWeakReferences();
+void startString();
+void stopString();
 
 // The whole tables, in order.
 void runStartRows();

@@ -1,0 +1,240 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <compare>
+#include <concepts>
+#include <cstddef>
+
+#include <tavrin/Export.h>
+#include <tavrin/Lock.h>
+
+namespace Tavrin {
+
+namespace detail {
+struct StringAccess;
+struct UnitView;
+} // namespace detail
+
+// StringBuffer: the record behind a String, one block of Heap with the text at its end.
+struct StringBuffer
+{
+    int length;             // units in use
+    unsigned capacityWord;  // the greatest length that fits the block; the top bit says pinned
+    int refCount;           // how many String objects refer to it; read and changed atomically
+    unsigned short text[1]; // `length` units and a 0 unit
+
+    static constexpr unsigned pinnedFlag = 0x8000'0000U;
+    // A block is kept while it has less than this many units to spare.
+    static constexpr int slackLimit = 2049;
+
+    int capacity() const noexcept { return static_cast<int>(capacityWord & ~pinnedFlag); }
+    bool isPinned() const noexcept { return (capacityWord & pinnedFlag) != 0; }
+    bool isShared() const noexcept { return __atomic_load_n(&refCount, __ATOMIC_ACQUIRE) > 1; }
+    // Whether a sole owner that sets the length to `units` keeps the block. One that would get a
+    // block of the same size again, because it uses more than half of this one, keeps it too.
+    bool keepsBlockFor(int units) const noexcept
+    {
+        const int room = capacity();
+        return units <= room && (room - units < slackLimit || units > room / 2);
+    }
+};
+static_assert(offsetof(StringBuffer, text) == 12, "block sizes count on the fixed head");
+
+namespace detail {
+
+// The record of every empty String. D-031: nothing is counted on it; its count reads as shared, so
+// that every writer leaves it alone.
+TAVRIN_API extern const StringBuffer emptyBuffer;
+
+} // namespace detail
+
+// String: a shared, copy-on-write text of 16-bit code units, one pointer in size.
+// Owns:    one reference on its buffer.
+// Threads: copies may live on different threads after InitTerm::setMT; one object is one thread's.
+// Cost:    copy O(1); a change O(length) when the buffer is shared; append amortised O(added).
+// Units:   code units, as signed 32-bit counts. Surrogates are not interpreted. Bytes in `const
+//          char *` and `char` become the units of the same value, without sign extension.
+// Failure: indexes out of range are clamped or ignored; a null text reads as an empty one;
+//          std::bad_alloc from Heap, also for a length above 2^31 - 1, and the String is as before
+//          then. Empty strings work outside InitTerm::init and exit.
+class TAVRIN_API String
+{
+public:
+    constexpr String() noexcept : buffer(emptyRecord()) {}
+    String(const String &other) : buffer(other.buffer)
+    {
+        const int word = static_cast<int>(buffer->capacityWord);
+        if (word > 0) [[likely]]
+            detail::addReference(&buffer->refCount);
+        else if (word < 0)
+            buffer = copyBuffer(*buffer);
+    }
+    // Leaves `other` empty. A pinned buffer moves with its pin.
+    String(String &&other) noexcept : buffer(other.buffer) { other.buffer = emptyRecord(); }
+    String(const char *bytes);
+    // A negative length means up to the 0 unit.
+    // D-030: text that begins with a 0 unit gives the empty string, whatever the length says.
+    String(const unsigned short *units, int length = -1);
+    constexpr ~String() { drop(buffer); }
+
+    String &operator=(const String &other)
+    {
+        if (buffer != other.buffer)
+            *this = String(other);
+        return *this;
+    }
+    String &operator=(String &&other) noexcept
+    {
+        StringBuffer *taken = other.buffer;
+        other.buffer = emptyRecord();
+        StringBuffer *dropped = buffer;
+        buffer = taken;
+        drop(dropped);
+        return *this;
+    }
+    // A string of that one unit, also for the unit 0.
+    String &operator=(char unit);
+    String &operator=(unsigned short unit);
+    String &operator=(const char *bytes);
+    String &operator=(const unsigned short *units);
+
+    int length() const noexcept { return buffer->length; }
+    // The text, with a 0 unit behind it. It stays in place until the next change of this String.
+    const unsigned short *wstr() const noexcept { return buffer->text; }
+    operator const unsigned short *() const noexcept { return buffer->text; }
+    // The pointer would make every string true; ask for length().
+    explicit operator bool() const = delete;
+
+    // The difference of the first unequal units, this minus x. If one text ends before that: 0 if
+    // both do, -1 if this one does, 1 if x does. ncmp compares the first n units only; ucmp and
+    // nucmp pass each unit through UnicodeUtils::towupper first.
+    int cmp(const String &x) const noexcept;
+    int cmp(const char *x) const noexcept;
+    int cmp(const unsigned short *x) const noexcept;
+    int ncmp(const String &x, int n) const noexcept;
+    int ncmp(const char *x, int n) const noexcept;
+    int ncmp(const unsigned short *x, int n) const noexcept;
+    int ucmp(const String &x) const noexcept;
+    int ucmp(const char *x) const noexcept;
+    int ucmp(const unsigned short *x) const noexcept;
+    int nucmp(const String &x, int n) const noexcept;
+    int nucmp(const char *x, int n) const noexcept;
+    int nucmp(const unsigned short *x, int n) const noexcept;
+
+    bool operator==(const String &x) const noexcept
+    {
+        if (buffer == x.buffer)
+            return true;
+        return buffer->length == x.buffer->length && equalText(*buffer, *x.buffer);
+    }
+    bool operator==(const char *x) const noexcept { return cmp(x) == 0; }
+    bool operator==(const unsigned short *x) const noexcept { return cmp(x) == 0; }
+    std::strong_ordering operator<=>(const String &x) const noexcept { return cmp(x) <=> 0; }
+    std::strong_ordering operator<=>(const char *x) const noexcept { return cmp(x) <=> 0; }
+    std::strong_ordering operator<=>(const unsigned short *x) const noexcept
+    {
+        return cmp(x) <=> 0;
+    }
+
+    String operator+(const String &x) const;
+    String operator+(char unit) const { return *this + widened(unit); }
+    String operator+(unsigned short unit) const;
+    String operator+(const char *x) const;
+    String operator+(const unsigned short *x) const;
+
+    String &operator+=(const String &x) { return append(x); }
+    String &operator+=(char unit) { return append(unit); }
+    String &operator+=(unsigned short unit) { return append(unit); }
+    String &operator+=(const char *x) { return append(x); }
+    String &operator+=(const unsigned short *x) { return append(x); }
+
+    // The unit 0 is appended like any other, and counts. With a length, exactly so many units are
+    // taken; a negative length means up to the 0 unit.
+    String &append(const String &x);
+    String &append(char unit) { return append(widened(unit)); }
+    String &append(unsigned short unit)
+    {
+        StringBuffer &own = *buffer;
+        const int end = own.length;
+        if (end < own.capacity() && own.keepsBlockFor(end + 1) && !own.isShared()) [[likely]] {
+            own.text[end] = unit;
+            own.text[end + 1] = 0;
+            own.length = end + 1;
+            return *this;
+        }
+        return appendSlowly(unit);
+    }
+    String &append(const char *x) { return append(x, -1); }
+    String &append(const unsigned short *x) { return append(x, -1); }
+    String &append(const char *bytes, int count);
+    String &append(const unsigned short *units, int count);
+
+    // Sets the length, keeping the text up to it; new units hold no defined value. 0 or less makes
+    // the string empty. Only a block with 2049 or more units to spare is given back in part.
+    void adjust(int newLength);
+    // Sets the length and gives all units up.
+    void init(int newLength);
+    // Empties the string and keeps its block; erase gives the block up.
+    void clear();
+    void erase() noexcept;
+    // D-032: a negative start means the end, a negative count as many units as there are.
+    void erase(int start, int count);
+    // A negative pos counts as 0; one at or past the end appends.
+    void insert(const String &x, int pos);
+    void insert(char unit, int pos);
+    void insert(unsigned short unit, int pos);
+    void insert(const char *x, int pos);
+    void insert(const unsigned short *x, int pos);
+    // Overwrites one unit; an index out of range is ignored.
+    void set(int index, unsigned short unit);
+    // Makes the string `count` times `unit`.
+    void setup(unsigned short unit, int count);
+    // The part from start on, at most count units long; a negative count means to the end. The
+    // whole text shares the buffer.
+    String substr(int start, int count = -1) const;
+    // Pins the buffer: from here on copies get buffers of their own, so that a raw pointer into
+    // this text may be written through. Changing the length may still move it.
+    void makeUnique();
+
+    // The one empty String object of the library, between InitTerm::init and exit.
+    static const String &emptyString() noexcept;
+
+private:
+    friend struct detail::StringAccess;
+
+    // Takes over one reference on a complete record.
+    explicit String(StringBuffer *record) noexcept : buffer(record) {}
+
+    static constexpr StringBuffer *emptyRecord() noexcept
+    {
+        return const_cast<StringBuffer *>(&detail::emptyBuffer);
+    }
+    static unsigned short widened(char unit) noexcept { return static_cast<unsigned char>(unit); }
+
+    static constexpr void drop(StringBuffer *record) noexcept
+    {
+        if (record == &detail::emptyBuffer)
+            return;
+        // A sole owner needs no atomic operation.
+        if (!record->isShared() || detail::dropReference(&record->refCount) == 0)
+            freeBuffer(record);
+    }
+    static void freeBuffer(StringBuffer *record) noexcept;
+    static StringBuffer *copyBuffer(const StringBuffer &original);
+    static bool equalText(const StringBuffer &a, const StringBuffer &b) noexcept;
+
+    void unique();
+    void adopt(StringBuffer *record) noexcept;
+    void resize(int newLength);
+    bool holds(const void *address) const noexcept;
+    String &assignUnits(const detail::UnitView &text);
+    String &appendUnits(const detail::UnitView &added);
+    String &appendSlowly(unsigned short unit);
+    void splice(int at, int removed, const detail::UnitView &added);
+
+    StringBuffer *buffer;
+};
+
+static_assert(sizeof(String) == sizeof(void *), "records hold strings by value");
+
+} // namespace Tavrin

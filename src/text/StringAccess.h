@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+#include <tavrin/String.h>
+
+#include "runtime/BlockCache.h"
+#include "text/UnitScan.h"
+
+// What the sources of String share: sizes, records and runs of units.
+namespace Tavrin::detail {
+
+// A run of units that belongs to someone else.
+struct UnitView
+{
+    const unsigned short *units;
+    int length;
+};
+
+// The one check of a length: what does not fit a signed 32-bit count cannot be served.
+inline int checkedLength(std::int64_t length)
+{
+    if (length > std::numeric_limits<int>::max())
+        throwOutOfMemory();
+    return static_cast<int>(length);
+}
+
+// The units of room in a block for `length` units and the 0 behind them: the smallest power of two,
+// 16 or more, that is above `length`.
+inline std::size_t roomFor(int length)
+{
+    constexpr unsigned smallestRoom = 16;
+    return std::size_t{1} << std::bit_width(static_cast<unsigned>(length) | (smallestRoom - 1));
+}
+
+inline std::size_t bytesForRoom(std::size_t room)
+{
+    return offsetof(StringBuffer, text) + room * sizeof(unsigned short);
+}
+
+inline std::size_t bytesOf(int units)
+{
+    return static_cast<std::size_t>(units) * sizeof(unsigned short);
+}
+
+// Copies up to 64 units by a few overlapping moves; the C library gets the rest. The runs do not
+// overlap.
+inline void copyUnits(unsigned short *to, const unsigned short *from, int count)
+{
+    const std::size_t bytes = bytesOf(count);
+    auto *target = reinterpret_cast<char *>(to);
+    const auto *source = reinterpret_cast<const char *>(from);
+    const auto moveEnds = [=]<std::size_t size>() {
+        std::memcpy(target, source, size);
+        std::memcpy(target + bytes - size, source + bytes - size, size);
+    };
+    if (bytes > 128)
+        std::memcpy(target, source, bytes);
+    else if (bytes > 64)
+        moveEnds.template operator()<64>();
+    else if (bytes > 32)
+        moveEnds.template operator()<32>();
+    else if (bytes >= 16)
+        moveEnds.template operator()<16>();
+    else if (bytes >= 8)
+        moveEnds.template operator()<8>();
+    else if (bytes >= 4)
+        moveEnds.template operator()<4>();
+    else if (bytes != 0)
+        std::memcpy(target, source, sizeof(unsigned short));
+}
+
+inline void moveUnits(unsigned short *to, const unsigned short *from, int count)
+{
+    std::memmove(to, from, bytesOf(count));
+}
+
+// The number of units of a text that ends with a 0 unit; null is empty.
+inline int lengthOrZero(const unsigned short *units)
+{
+    return units == nullptr ? 0 : lengthOf(units);
+}
+
+inline int lengthOrZero(const char *bytes)
+{
+    return bytes == nullptr ? 0 : checkedLength(static_cast<std::int64_t>(std::strlen(bytes)));
+}
+
+// The way of this library's own sources into a String.
+struct StringAccess
+{
+    static StringBuffer *buffer(const String &string) { return string.buffer; }
+    // The text of a string that its caller has made its own, as init and makeUnique do.
+    static unsigned short *units(String &string) { return string.buffer->text; }
+    static UnitView view(const String &string)
+    {
+        return {string.buffer->text, string.buffer->length};
+    }
+    // A string of exactly these units, also when they begin with a 0.
+    static String make(UnitView text);
+};
+
+} // namespace Tavrin::detail
