@@ -196,6 +196,72 @@ public:
     // this text may be written through. Changing the length may still move it.
     void makeUnique();
 
+    // The position of the first x at or after start, or -1; a negative start counts as 0. Backward,
+    // the position of the last x at or before start; a negative start means the end. An empty x is
+    // found at start. D-035: an empty `const unsigned short *` is found at 0, going forward.
+    int find(const String &x, int start = 0, bool reverse = false) const noexcept;
+    int find(unsigned short unit, int start = 0, bool reverse = false) const noexcept;
+    int find(const char *x, int start = 0, bool reverse = false) const;
+    int find(const unsigned short *x, int start = 0, bool reverse = false) const noexcept;
+    template <std::same_as<char> Byte>
+    int find(Byte unit, int start = 0, bool reverse = false) const noexcept
+    {
+        return find(widened(unit), start, reverse);
+    }
+    // The position of the first unit at or after start that occurs in the set; -1 if there is none,
+    // or if start is out of range. D-036: an empty set answers start, whatever it is.
+    int findAny(const String &set, int start = 0) const noexcept;
+    int findAny(const char *set, int start = 0) const;
+    int findAny(const unsigned short *set, int start = 0) const noexcept;
+
+    // Replaces the first `from` at or after start and returns its position, or -1.
+    // D-037: an empty `from` inserts `to` at the very front, whatever start says.
+    int replace(const String &from, const String &to, int start = 0);
+    int replace(const String &from, const char *to, int start = 0);
+    int replace(const String &from, const unsigned short *to, int start = 0);
+    int replace(const char *from, const char *to, int start = 0);
+    int replace(const char *from, const String &to, int start = 0);
+    int replace(const unsigned short *from, const unsigned short *to, int start = 0);
+    int replace(const unsigned short *from, const String &to, int start = 0);
+    int replace(unsigned short from, unsigned short to, int start = 0);
+    template <std::same_as<char> Byte>
+    int replace(Byte from, Byte to, int start = 0)
+    {
+        return replace(widened(from), widened(to), start);
+    }
+    // Replaces every `from` at or after start and returns how many there were. What was inserted is
+    // not searched again. An empty `from` is never found.
+    int replaceAll(const String &from, const String &to, int start = 0);
+    int replaceAll(const String &from, const char *to, int start = 0);
+    int replaceAll(const String &from, const unsigned short *to, int start = 0);
+    int replaceAll(const char *from, const char *to, int start = 0);
+    int replaceAll(const char *from, const String &to, int start = 0);
+    int replaceAll(const unsigned short *from, const unsigned short *to, int start = 0);
+    int replaceAll(const unsigned short *from, const String &to, int start = 0);
+    int replaceAll(unsigned short from, unsigned short to, int start = 0);
+    template <std::same_as<char> Byte>
+    int replaceAll(Byte from, Byte to, int start = 0)
+    {
+        return replaceAll(widened(from), widened(to), start);
+    }
+
+    // Cuts off and returns, stripped, what stands before the first delimiter; the string keeps what
+    // stands behind it. Without a delimiter the whole text is cut off.
+    // D-038: an empty delimiter is never found, so that a loop over the pieces ends.
+    String split(const String &delimiter);
+    String split(char delimiter) { return split(widened(delimiter)); }
+    String split(unsigned short delimiter);
+    String split(const char *delimiter);
+    String split(const unsigned short *delimiter);
+    // Removes leading and trailing units of value 32 or below.
+    void strip();
+
+    // Map each unit through UnicodeUtils; true if any changed. toMixed makes the first unit, and
+    // each one behind a space, comma, semicolon or full stop, upper case and all others lower case.
+    bool toLower();
+    bool toUpper();
+    bool toMixed();
+
     // The one empty String object of the library, between InitTerm::init and exit.
     static const String &emptyString() noexcept;
 
@@ -231,6 +297,12 @@ private:
     String &appendUnits(const detail::UnitView &added);
     String &appendSlowly(unsigned short unit);
     void splice(int at, int removed, const detail::UnitView &added);
+    void insertUnits(const detail::UnitView &added, int pos);
+    int replaceUnits(const detail::UnitView &from, const detail::UnitView &to, int start);
+    int replaceAllUnits(const detail::UnitView &from, const detail::UnitView &to, int start);
+    String splitAt(int at, int delimiterLength);
+    bool mapUnits(int (*firstChanged)(const unsigned short *, int) noexcept,
+                  bool (*copyMapped)(const unsigned short *, unsigned short *, int) noexcept);
 
     StringBuffer *buffer;
 };

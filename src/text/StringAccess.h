@@ -91,6 +91,10 @@ inline int lengthOrZero(const char *bytes)
     return bytes == nullptr ? 0 : checkedLength(static_cast<std::int64_t>(std::strlen(bytes)));
 }
 
+// The rules of String::find: the position of the pattern, or -1.
+int findForward(UnitView text, UnitView pattern, int start) noexcept;
+int findBackward(UnitView text, UnitView pattern, int start) noexcept;
+
 // The way of this library's own sources into a String.
 struct StringAccess
 {

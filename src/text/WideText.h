@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "text/StringAccess.h"
+
+namespace Tavrin::detail {
+
+// WideText: a byte text as units, for the length of one call. Short ones stay off the heap.
+class WideText
+{
+public:
+    explicit WideText(const char *bytes) : length(lengthOrZero(bytes))
+    {
+        if (length > shortLength)
+            longText = String(bytes);
+        else
+            widen(bytes, shortText, length);
+    }
+    WideText(const WideText &) = delete;
+    WideText &operator=(const WideText &) = delete;
+
+    UnitView view() const { return {length > shortLength ? longText.wstr() : shortText, length}; }
+
+private:
+    static constexpr int shortLength = 128;
+
+    int length;
+    unsigned short shortText[shortLength];
+    String longText;
+};
+
+} // namespace Tavrin::detail
