@@ -37,8 +37,8 @@ private:
 // Owns:    nothing. It stays at one address while it points at something.
 // Threads: any; the registry of weak references has lock 8 of the lock table.
 // Cost:    a search through the weak references to the same target when one of them lets go.
-// Failure: std::bad_alloc from assign, which then keeps the old target. A weak reference to an
-//          object that InitTerm::exit found alive keeps a pointer that is not to be followed.
+// Failure: std::bad_alloc from assign, which then keeps the old target. D-090: after
+//          InitTerm::exit, a weak reference that still had a target keeps its bare pointer.
 class TAVRIN_API WeakRefBase
 {
 public:

@@ -48,8 +48,9 @@ TAVRIN_API extern const SimpleArrayData emptyArrayData;
 // SimpleArray: a shared, copy-on-write array of 64-bit slots whose indexing never fails.
 // Owns:    nothing that its slots hold.
 // Threads: copies may live on different threads after InitTerm::setMT; one object is one thread's.
-// Cost:    copy O(1); append O(1) within the capacity, which grows by getIncrement() slots at a
-//          time; indexOf, insert and removeAt O(n); merge O(n * m).
+// Cost:    copy O(1); append O(1) within the capacity; indexOf, insert and removeAt O(n);
+//          merge O(n * m). D-067: the capacity grows by getIncrement() slots at a time, not by a
+//          factor; callers that expect many slots set it.
 // Units:   slots.
 // Failure: bad positions are clamped or land on the spare slot. std::bad_alloc from Heap, also for
 //          a length that an int does not hold; the array is then as before, and merge has appended

@@ -77,13 +77,13 @@ public:
     // Calls `fn` for each item in walking order, and removes those for which it returns false;
     // length() does not change by that. `fn` may write to the value. It may also change the table:
     // what it removes is not visited any more, what it adds is visited only in buckets that are
-    // still to come, no buckets are added meanwhile, and erase or assignment ends the walk.
+    // still to come, and erase or assignment ends the walk. D-069: no buckets are added meanwhile.
     void forEach(bool (*fn)(std::int64_t key, std::int64_t *value, std::int64_t arg),
                  std::int64_t arg);
 
 protected:
-    // For subclasses of earlier days: findItem always answers null, smartGrow does nothing, and
-    // smartShrink halves the buckets of a table that is filled by less than 30 per cent.
+    // D-068: for subclasses of earlier days. findItem always answers null, smartGrow does nothing,
+    // and smartShrink halves the buckets of a table that is filled by less than 30 per cent.
     ArrayItem *findItem(std::int64_t key) const;
     void smartGrow();
     void smartShrink();

@@ -103,7 +103,8 @@ void InitTerm::exit()
     Context &context = Context::get();
     delete std::exchange(context.engineState, nullptr);
     detail::runStopRows();
-    // Not a decrement: an init that a handler left without its exit does not bring the library up.
+    // D-091: not a decrement. An init that a handler left without its exit does not keep anything
+    // up.
     processState.initCount = 0;
 }
 

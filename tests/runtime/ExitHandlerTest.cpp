@@ -3,8 +3,11 @@
 
 #include <stdexcept>
 #include <string>
+#include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <tavrin/Heap.h>
 
@@ -144,3 +147,25 @@ TEST_F(ExitHandler, AnExceptionOfAHandlerDoesNotStopTheTakeDown)
     EXPECT_EQ(trace, "a");
     EXPECT_FALSE(InitTerm::isInitialized());
 }
+
+#if defined(__GLIBC__)
+TEST_F(ExitHandler, AThreadThatEndsWithinAHandlerLeavesAnExitThatCanBeRepeated)
+{
+    static bool isFirst;
+    isFirst = true;
+    std::thread([] {
+        InitTerm::init();
+        InitTerm::atExit([] {
+            noteA();
+            if (std::exchange(isFirst, false))
+                pthread_exit(nullptr);
+        });
+        InitTerm::exit();
+        ADD_FAILURE() << "the thread went on";
+    }).join();
+    EXPECT_TRUE(InitTerm::isInitialized());
+    InitTerm::exit();
+    EXPECT_EQ(trace, "aa");
+    EXPECT_FALSE(InitTerm::isInitialized());
+}
+#endif
