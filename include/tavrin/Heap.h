@@ -116,5 +116,5 @@ public:
 
 private:
     // The build information of the library, for debuggers.
-    const char *const *buildInformation;
+    [[maybe_unused]] const char *const *buildInformation;
 };

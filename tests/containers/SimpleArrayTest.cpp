@@ -115,7 +115,8 @@ TEST_F(SimpleArrayTest, AssignmentSharesAndGivesTheOldRecordUp)
     const SimpleArray source = arrayOf({1, 2, 3});
     target = source;
     EXPECT_TRUE(shareRecord(target, source));
-    target = target;
+    const SimpleArray &itself = target;
+    target = itself;
     EXPECT_EQ(target, arrayOf({1, 2, 3}));
     target = SimpleArray();
     EXPECT_TRUE(isEmptyRecord(target));

@@ -662,7 +662,7 @@ TEST_F(HeapTest, ReAllocWithinTheSameBlockReturnsTheSamePointer)
     void *block = Heap::operator new(100);
     const Statistics before;
     const AllocatorCalls calls;
-    for (const std::size_t size : {89, 100, 104}) {
+    for (const std::size_t size : {89U, 100U, 104U}) {
         EXPECT_EQ(Heap::reAlloc(block, size), block);
         std::memset(block, 1, size);
     }
@@ -758,7 +758,7 @@ TEST_F(HeapTest, ATwiceRefusedReAllocThrowsAndLeavesTheOldBlock)
     std::memset(block, 'a', 100);
     const Statistics before;
     const AllocatorCalls calls;
-    for (const std::size_t size : {1000, 10}) {
+    for (const std::size_t size : {1000U, 10U}) {
         allocator().failRequests(1, 2);
         try {
             (void)Heap::reAlloc(block, size);
