@@ -20,13 +20,11 @@ struct ArrayItem
 // SparseArray: a hash table from 64-bit keys to 64-bit values.
 // Owns:    its items; nothing that the values refer to.
 // Threads: none of its own locks; reading from several threads at once is safe.
-// Cost:    set, find and remove O(1) for keys that differ in their low bits; findKey, removeData
-// and
+// Cost:    set, find and remove O(1) for keys that differ in their low bits; findKey, removeData,
 //          comparison O(n); getData O(n * m) for m different values.
 // Order:   walking visits the buckets from 0 up and each chain from its front. A new key goes to
-// the
-//          front of its chain. The bucket of a key is its low 31 bits modulo the number of buckets,
-//          which is a power of two.
+//          the front of its chain. The bucket of a key is its low 31 bits modulo the number of
+//          buckets, which is a power of two.
 // Failure: a missing key answers 0, -1 or false. std::bad_alloc from Heap; the table is then as
 //          before, and operator+= has set some of the keys. remove, erase and forEach never fail.
 class TAVRIN_API SparseArray

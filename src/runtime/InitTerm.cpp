@@ -2,12 +2,9 @@
 #include <tavrin/InitTerm.h>
 
 #include <cstdint>
+#include <exception>
 #include <mutex>
 #include <utility>
-
-#if __has_include(<cxxabi.h>)
-#include <cxxabi.h>
-#endif
 
 #include <tavrin/Context.h>
 #include <tavrin/Lock.h>
@@ -40,17 +37,16 @@ ExitHandler exitHandler(int index)
     return reinterpret_cast<ExitHandler>(static_cast<std::intptr_t>(handlers[index]));
 }
 
-// What a handler throws is its own affair: the library still goes down. The forced unwinding of a
-// cancelled thread is no exception to swallow; the platform aborts when it is not let through.
+// What a handler throws is its own affair: the library still goes down. What is no exception of C++
+// is let through: the platform aborts when the unwinding of a cancelled thread is held up.
 void runExitHandler(ExitHandler handler)
 {
     try {
         handler();
-#if defined(__GLIBCXX__)
-    } catch (const abi::__forced_unwind &) {
-        throw;
-#endif
-    } catch (...) {}
+    } catch (...) {
+        if (std::current_exception() == nullptr)
+            throw;
+    }
 }
 
 // Reads the list afresh each round, because handlers may add to it.
