@@ -51,8 +51,18 @@ struct Globals
 };
 
 namespace detail {
-TAVRIN_API extern Globals globals;
-}
+
+struct BlockClasses;
+
+// What the inline paths of this library read without a call.
+struct FrameGlobals : Globals
+{
+    // The block cache of the one thread that uses the library; null after InitTerm::setMT.
+    BlockClasses *singleCache = nullptr;
+};
+TAVRIN_API extern FrameGlobals globals;
+
+} // namespace detail
 
 inline Globals *Globals::get()
 {

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include <tavrin/Export.h>
+#include <tavrin/HeapCache.h>
 
 namespace Tavrin {
 
@@ -20,17 +21,23 @@ class TAVRIN_API Heap
 public:
     Heap() = default;
 
-    static void *operator new(std::size_t size);
-    static void *operator new[](std::size_t size);
+    static void *operator new(std::size_t size) { return detail::newBlock(size); }
+    static void *operator new[](std::size_t size) { return detail::newBlock(size); }
     // Hand file and line on to the allocator; a cache with a budget of 0 is not consulted.
     static void *operator new(std::size_t size, const char *file, int line);
     static void *operator new[](std::size_t size, const char *file, int line);
     static void *operator new(std::size_t, void *where) noexcept { return where; }
 
-    static void operator delete(void *block) noexcept;
-    static void operator delete[](void *block) noexcept;
-    static void operator delete(void *block, const char *file, int line) noexcept;
-    static void operator delete[](void *block, const char *file, int line) noexcept;
+    static void operator delete(void *block) noexcept { detail::deleteBlock(block); }
+    static void operator delete[](void *block) noexcept { detail::deleteBlock(block); }
+    static void operator delete(void *block, const char *, int) noexcept
+    {
+        detail::deleteBlock(block);
+    }
+    static void operator delete[](void *block, const char *, int) noexcept
+    {
+        detail::deleteBlock(block);
+    }
     static void operator delete(void *, void *) noexcept {}
 
     // Changes the size of `block`, which may move, and returns its new place. Null stays null:

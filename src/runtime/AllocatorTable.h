@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdlib>
+
 #include <tavrin/Heap.h>
 
 namespace Tavrin::detail {
@@ -20,5 +22,14 @@ struct AllocatorTable
 };
 
 extern AllocatorTable allocatorTable;
+
+// Entry 0 is always the DefaultAllocator, so its virtual call is known here.
+inline void freeByAllocator(int index, void *block)
+{
+    if (index == 0)
+        std::free(block);
+    else
+        allocatorTable.entry(index)->freeMem(block);
+}
 
 } // namespace Tavrin::detail

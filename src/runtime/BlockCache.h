@@ -4,77 +4,16 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <tavrin/Heap.h>
+
 namespace Tavrin::detail {
 
-// The layout of a block: one header word, then the user's bytes. The header holds the size of the
-// block, a multiple of 16, and in its low 4 bits the table index of the allocator it came from.
-inline constexpr std::size_t blockHeaderSize = 8;
-inline constexpr std::size_t blockGranule = 16;
 inline constexpr std::uint64_t allocatorIndexMask = blockGranule - 1;
-
-inline std::uint64_t &headerOf(void *user)
-{
-    return static_cast<std::uint64_t *>(user)[-1];
-}
-
-inline std::size_t sizeInHeader(std::uint64_t header)
-{
-    return header & ~allocatorIndexMask;
-}
 
 inline int allocatorInHeader(std::uint64_t header)
 {
     return static_cast<int>(header & allocatorIndexMask);
 }
-
-// The block size that serves a request: the header included, rounded up.
-inline constexpr std::size_t blockSizeFor(std::size_t request)
-{
-    return (request + blockHeaderSize + blockGranule - 1) & ~(blockGranule - 1);
-}
-static_assert(blockSizeFor(0) == 16 && blockSizeFor(8) == 16 && blockSizeFor(9) == 32);
-
-inline constexpr int blockClassCount = 20;
-inline constexpr std::size_t largestCachedBlock = blockGranule * blockClassCount;
-inline constexpr std::size_t largestCachedRequest = largestCachedBlock - blockHeaderSize;
-static_assert(largestCachedRequest == 312);
-
-// The class of a block of exactly 16 * (class + 1) bytes.
-inline constexpr std::size_t classOfBlock(std::size_t blockSize)
-{
-    return (blockSize - 1) / blockGranule;
-}
-
-// The freed blocks of one size that a thread keeps. A held block keeps its header; its first user
-// word links to the next. Only the owning thread writes; `count` is read by others for the
-// statistics, so it is accessed atomically, with no ordering and no cost.
-struct BlockClass
-{
-    void *head = nullptr;
-    unsigned count = 0;
-    unsigned limit = 0;
-
-    unsigned readCount() const { return __atomic_load_n(&count, __ATOMIC_RELAXED); }
-    void writeCount(unsigned value) { __atomic_store_n(&count, value, __ATOMIC_RELAXED); }
-
-    bool isEmpty() const { return readCount() == 0; }
-    bool isFull() const { return readCount() >= limit; }
-
-    void push(void *user)
-    {
-        *static_cast<void **>(user) = head;
-        head = user;
-        writeCount(readCount() + 1);
-    }
-
-    void *pop()
-    {
-        void *user = head;
-        head = *static_cast<void **>(user);
-        writeCount(readCount() - 1);
-        return user;
-    }
-};
 
 // The statistics of one thread, without the blocks that its cache holds: counting a block down when
 // it enters the cache and up when it leaves again is left to `count`.
@@ -92,16 +31,25 @@ struct BlockCounters
     std::int64_t readBytes() const { return __atomic_load_n(&bytes, __ATOMIC_RELAXED); }
 };
 
-struct BlockCache
+struct BlockCache : BlockClasses
 {
-    BlockClass classes[blockClassCount];
+    unsigned limits[blockClassCount + 1] = {};
     BlockCounters counters;
+
+    unsigned limitOf(std::size_t blockSize) const { return limits[blockSize / blockGranule]; }
 
     // Gives every held block back to the allocator that it came from.
     void flush();
-    // Gives each class an equal share of the budget.
+    // Gives each class an equal share of the budget. The cache is empty when this is called.
     void setLimits(int budget);
+    // Makes slots for a full class that is below its limit. False at the limit or without memory.
+    bool makeRoom(std::size_t blockSize);
 };
+
+// Makes `room` slots for a class, keeping what it holds. False without memory.
+bool makeSlots(BlockClass &blockClass, unsigned room);
+// Gives the blocks of a class back to the allocators that they came from, and its slots.
+void giveBack(BlockClass &blockClass);
 
 // Throws what Heap throws: std::bad_alloc with the text "bad allocation".
 [[noreturn, gnu::cold, gnu::noinline]] void throwOutOfMemory();

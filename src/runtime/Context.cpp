@@ -26,7 +26,7 @@ namespace Tavrin {
 
 namespace detail {
 
-constinit Globals globals;
+constinit FrameGlobals globals;
 constinit ProcessState processState;
 constinit thread_local ThreadSlot threadSlot __attribute__((tls_model("initial-exec")));
 constinit BlockCounters retiredCounters;
@@ -72,12 +72,18 @@ void clearThreadSlot()
     platform::armThreadEnd(nullptr);
 }
 
+void dropSingleContext()
+{
+    processState.singleContext = nullptr;
+    globals.singleCache = nullptr;
+}
+
 void destroyContext(ContextState &context)
 {
     context.tearDown();
     delist(context);
     if (processState.singleContext == &context)
-        processState.singleContext = nullptr;
+        dropSingleContext();
     if (threadSlot.context == &context)
         clearThreadSlot();
     delete &context;
@@ -190,7 +196,7 @@ void moveContextToThread()
     if (processState.singleContext == nullptr)
         return;
     putInThreadSlot(processState.singleContext);
-    processState.singleContext = nullptr;
+    dropSingleContext();
     processState.multiThreaded = true;
 }
 

@@ -2,19 +2,20 @@
 // Allocation through the per-thread block cache.
 //
 // A request is rounded up to a block of 16 * n bytes with a header word in front of the user's
-// bytes. Blocks of up to 320 bytes come from the list of their class in the calling thread's cache
-// when it holds one, and go back there while the class is below its limit; all others are the
-// allocator's. The common path reads the count of inits, finds the context and moves one list head.
+// bytes. Blocks of up to 320 bytes come from their class in the calling thread's cache when it
+// holds one, and go back there while the class is below its limit; all others are the allocator's.
+// In single-threaded operation the operators do that in place (HeapCache.h). What they cannot do
+// there comes here: other threads, full and empty classes, large blocks, and everything outside
+// init and exit.
 //
 // Statistics: an allocator call counts a block up or down in the thread's counters; entering and
-// leaving the cache is counted by the lists alone. The published figure is therefore the counters
+// leaving the cache is counted by its classes alone. The published figure is therefore the counters
 // minus what the caches hold, and the common path writes no statistics at all.
 // Pinned by tests/runtime/HeapTest.cpp.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
-#include <utility>
 
 #include <tavrin/Heap.h>
 
@@ -68,14 +69,6 @@ void *resizeByAllocator(int index, void *block, std::size_t blockSize)
     return allocatorTable.entry(index)->reallocMem(block, blockSize);
 }
 
-void freeByAllocator(int index, void *block)
-{
-    if (index == 0)
-        std::free(block);
-    else
-        allocatorTable.entry(index)->freeMem(block);
-}
-
 void flushAllocator(int index)
 {
     if (Allocator *allocator = allocatorTable.entry(index))
@@ -88,11 +81,6 @@ void *writeHeader(void *block, std::size_t blockSize, int index)
     return static_cast<std::byte *>(block) + blockHeaderSize;
 }
 
-void *blockOf(void *user)
-{
-    return static_cast<std::byte *>(user) - blockHeaderSize;
-}
-
 // A request that overflows when it is rounded up can never be served.
 std::size_t checkedBlockSize(std::size_t request)
 {
@@ -102,53 +90,101 @@ std::size_t checkedBlockSize(std::size_t request)
     return blockSize;
 }
 
-// A fresh block of the allocator in force, counted, with its header.
-void *makeBlock(std::size_t blockSize, const AllocationPlace *place)
+// The second attempt, after the allocator gave back what it could.
+[[gnu::cold, gnu::noinline]] void *askAgain(int index, std::size_t blockSize,
+                                            const AllocationPlace *place)
 {
-    const int index = allocatorTable.currentIndex();
+    flushAllocator(index);
     void *block = askAllocator(index, blockSize, place);
-    if (block == nullptr) {
-        flushAllocator(index);
-        block = askAllocator(index, blockSize, place);
-        if (block == nullptr)
-            throwOutOfMemory();
-    }
-    currentContext().cache.counters.add(1, static_cast<std::int64_t>(blockSize));
+    if (block == nullptr)
+        throwOutOfMemory();
+    return block;
+}
+
+// A fresh block of the allocator in force, with its header.
+inline void *makeBlock(int index, std::size_t blockSize, const AllocationPlace *place)
+{
+    void *block = askAllocator(index, blockSize, place);
+    if (block == nullptr) [[unlikely]]
+        block = askAgain(index, blockSize, place);
     return writeHeader(block, blockSize, index);
 }
 
-} // namespace
-
-void *allocateAnew(std::size_t request, const AllocationPlace *place)
+inline void *allocateUncached(BlockCache &cache, std::size_t request, const AllocationPlace *place)
 {
-    if (!isLibraryUp())
-        throwOutOfMemory();
-    void *user = makeBlock(checkedBlockSize(request), place);
+    const std::size_t blockSize = checkedBlockSize(request);
+    void *user = makeBlock(allocatorTable.currentIndex(), blockSize, place);
+    cache.counters.add(1, static_cast<std::int64_t>(blockSize));
     exposeRequest(user, request);
     return user;
 }
 
-void releaseToAllocator(void *user, BlockCounters &counters)
+// The calling thread's context while the library is up. Its cache is at hand from here on, but for
+// the address sanitizer, which the inline path of Heap does not serve.
+ContextState &enterService()
 {
-    exposeBlock(user);
+    ContextState &context = currentContext();
+    if (&context == processState.singleContext && !poisonsBlocks)
+        globals.singleCache = &context.cache;
+    return context;
+}
+
+} // namespace
+
+void *allocateAnew(BlockCache &cache, std::size_t request)
+{
+    return allocateUncached(cache, request, nullptr);
+}
+
+void releaseUncached(BlockCache &cache, void *user) noexcept
+{
     const std::uint64_t header = headerOf(user);
-    counters.add(-1, -static_cast<std::int64_t>(sizeInHeader(header)));
-    freeByAllocator(allocatorInHeader(header), blockOf(user));
+    const std::size_t blockSize = sizeInHeader(header);
+    const bool isCacheable = blockSize <= largestCachedBlock;
+    if (isCacheable && cache.makeRoom(blockSize) && cache.keep(user))
+        return;
+    cache.counters.add(-1, -static_cast<std::int64_t>(blockSize));
+    const int index = allocatorInHeader(header);
+    exposeBlock(user);
+    freeByAllocator(index, blockOf(user));
+}
+
+void *allocateFromOutside(std::size_t request)
+{
+    if (!isLibraryUp())
+        throwOutOfMemory();
+    return allocateIn(enterService().cache, request);
+}
+
+void releaseFromOutside(void *user) noexcept
+{
+    if (isLibraryUp())
+        releaseIn(enterService().cache, user);
+}
+
+void *allocateBlock(std::size_t size)
+{
+    return allocate(size);
+}
+
+void releaseBlock(void *block) noexcept
+{
+    release(block);
 }
 
 namespace {
 
 void *allocateAt(std::size_t request, const char *file, int line)
 {
-    if (isLibraryUp()) {
-        ContextState &context = currentContext();
-        BlockClass *blockClass =
-            context.cacheSize == 0 ? nullptr : classForRequest(context, request);
-        if (blockClass != nullptr && !blockClass->isEmpty())
-            return takeFromClass(*blockClass, request);
-    }
+    if (!isLibraryUp())
+        throwOutOfMemory();
+    ContextState &context = enterService();
     const AllocationPlace place{file, line};
-    return allocateAnew(request, &place);
+    void *user = context.cacheSize == 0 ? nullptr : context.cache.take(request);
+    if (user == nullptr)
+        return allocateUncached(context.cache, request, &place);
+    exposeRequest(user, request);
+    return user;
 }
 
 // What a failed resize leaves: the old block, and fresh storage of the new size, or an exception.
@@ -199,43 +235,7 @@ void *resizeBlock(void *user, std::size_t size)
     });
 }
 
-void BlockCache::flush()
-{
-    for (BlockClass &blockClass : classes) {
-        void *user = std::exchange(blockClass.head, nullptr);
-        const auto held = static_cast<std::int64_t>(blockClass.readCount());
-        blockClass.writeCount(0);
-        // D-002: the blocks were counted down when they came in, and are counted down once more.
-        // Emptying the list counts them up, so two of each come off.
-        const std::int64_t blockSize = (&blockClass - classes + 1) * std::int64_t{blockGranule};
-        counters.add(-2 * held, -2 * held * blockSize);
-        while (user != nullptr) {
-            void *next = *static_cast<void **>(user);
-            exposeBlock(user);
-            freeByAllocator(allocatorInHeader(headerOf(user)), blockOf(user));
-            user = next;
-        }
-    }
-}
-
-void BlockCache::setLimits(int budget)
-{
-    const int share = budget / (blockClassCount * static_cast<int>(blockGranule));
-    for (int index = 0; index < blockClassCount; ++index)
-        classes[index].limit = static_cast<unsigned>(share / (index + 1));
-}
-
 } // namespace detail
-
-void *Heap::operator new(std::size_t size)
-{
-    return detail::allocate(size);
-}
-
-void *Heap::operator new[](std::size_t size)
-{
-    return detail::allocate(size);
-}
 
 void *Heap::operator new(std::size_t size, const char *file, int line)
 {
@@ -245,26 +245,6 @@ void *Heap::operator new(std::size_t size, const char *file, int line)
 void *Heap::operator new[](std::size_t size, const char *file, int line)
 {
     return detail::allocateAt(size, file, line);
-}
-
-void Heap::operator delete(void *block) noexcept
-{
-    detail::release(block);
-}
-
-void Heap::operator delete[](void *block) noexcept
-{
-    detail::release(block);
-}
-
-void Heap::operator delete(void *block, const char *, int) noexcept
-{
-    detail::release(block);
-}
-
-void Heap::operator delete[](void *block, const char *, int) noexcept
-{
-    detail::release(block);
 }
 
 void *Heap::reAlloc(void *block, std::size_t size)
@@ -304,11 +284,10 @@ void Heap::getMemoryStatistics(int &blocks, std::size_t &bytes)
             const detail::BlockCache &cache = context.cache;
             total.blocks += cache.counters.readBlocks();
             total.bytes += cache.counters.readBytes();
-            std::int64_t blockSize = 0;
-            for (const detail::BlockClass &blockClass : cache.classes) {
-                blockSize += std::int64_t{detail::blockGranule};
-                total.blocks -= blockClass.readCount();
-                total.bytes -= blockClass.readCount() * blockSize;
+            for (std::size_t index = 1; index <= detail::blockClassCount; ++index) {
+                const std::int64_t held = cache.classes[index].readCount();
+                total.blocks -= held;
+                total.bytes -= held * static_cast<std::int64_t>(index * detail::blockGranule);
             }
         },
         &sum);

@@ -11,11 +11,31 @@
 // else is in Heap.cpp, which also tells how the cache works.
 namespace Tavrin::detail {
 
-struct AllocationPlace;
+// What the operators do when their thread's cache does not serve.
+[[gnu::noinline]] void *allocateAnew(BlockCache &cache, std::size_t request);
+[[gnu::noinline]] void releaseUncached(BlockCache &cache, void *user) noexcept;
+// The whole of them for a thread whose cache is not at hand.
+[[gnu::noinline]] void *allocateFromOutside(std::size_t request);
+[[gnu::noinline]] void releaseFromOutside(void *user) noexcept;
 
-// Everything but the cache hit.
-[[gnu::noinline]] void *allocateAnew(std::size_t request, const AllocationPlace *place);
-[[gnu::noinline]] void releaseToAllocator(void *user, BlockCounters &counters);
+// The calling thread's cache if it is at hand. It is not while the library is down; neither is the
+// first time, nor under a host's fixed context. A thread's slot of this generation is filled only
+// while the library is up.
+inline BlockCache *cacheAtHand()
+{
+    if (globals.context != nullptr) [[unlikely]]
+        return nullptr;
+    if (globals.singleCache != nullptr)
+        return static_cast<BlockCache *>(globals.singleCache);
+    if (threadSlot.generation == processState.generation) [[likely]]
+        return &threadSlot.context->cache;
+    return nullptr;
+}
+
+inline void *blockOf(void *user)
+{
+    return static_cast<std::byte *>(user) - blockHeaderSize;
+}
 
 inline void exposeRequest(void *user, std::size_t request)
 {
@@ -29,47 +49,41 @@ inline void exposeBlock(void *user)
     unpoison(user, sizeInHeader(headerOf(user)) - blockHeaderSize);
 }
 
-inline BlockClass *classForRequest(ContextState &context, std::size_t request)
+inline void hideBlock(void *user)
 {
-    if (request > largestCachedRequest)
-        return nullptr;
-    return &context.cache.classes[classOfBlock(blockSizeFor(request))];
+    poison(user, sizeInHeader(headerOf(user)) - blockHeaderSize);
 }
 
-inline void *takeFromClass(BlockClass &blockClass, std::size_t request)
+inline void *allocateIn(BlockCache &cache, std::size_t request)
 {
-    void *user = blockClass.pop();
+    void *user = cache.take(request);
+    if (user == nullptr) [[unlikely]]
+        return allocateAnew(cache, request);
     exposeRequest(user, request);
     return user;
 }
 
-inline void *allocate(std::size_t request)
+inline void releaseIn(BlockCache &cache, void *user) noexcept
 {
-    if (isLibraryUp()) [[likely]] {
-        BlockClass *blockClass = classForRequest(currentContext(), request);
-        if (blockClass != nullptr && !blockClass->isEmpty()) [[likely]]
-            return takeFromClass(*blockClass, request);
-    }
-    return allocateAnew(request, nullptr);
+    hideBlock(user);
+    if (!cache.keep(user)) [[unlikely]]
+        releaseUncached(cache, user);
 }
 
-inline void release(void *user)
+inline void *allocate(std::size_t request)
 {
-    if (!isLibraryUp() || user == nullptr) [[unlikely]]
+    if (BlockCache *cache = cacheAtHand()) [[likely]]
+        return allocateIn(*cache, request);
+    return allocateFromOutside(request);
+}
+
+inline void release(void *user) noexcept
+{
+    if (user == nullptr)
         return;
-    BlockCache &cache = currentContext().cache;
-    const std::size_t blockSize = sizeInHeader(headerOf(user));
-    if (blockSize <= largestCachedBlock) [[likely]] {
-        BlockClass &blockClass = cache.classes[classOfBlock(blockSize)];
-        if (!blockClass.isFull()) [[likely]] {
-            exposeBlock(user);
-            blockClass.push(user);
-            poison(static_cast<std::byte *>(user) + sizeof(void *),
-                   blockSize - blockHeaderSize - sizeof(void *));
-            return;
-        }
-    }
-    releaseToAllocator(user, cache.counters);
+    if (BlockCache *cache = cacheAtHand()) [[likely]]
+        return releaseIn(*cache, user);
+    releaseFromOutside(user);
 }
 
 } // namespace Tavrin::detail

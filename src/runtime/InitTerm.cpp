@@ -102,6 +102,7 @@ void InitTerm::exit()
     // D-091: not a decrement. An init that a handler left without its exit does not keep anything
     // up.
     processState.initCount = 0;
+    detail::globals.singleCache = nullptr;
 }
 
 void InitTerm::atExit(void (*handler)())

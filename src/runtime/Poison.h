@@ -19,6 +19,12 @@
 
 namespace Tavrin::detail {
 
+#if defined(TAVRIN_ADDRESS_SANITIZER)
+inline constexpr bool poisonsBlocks = true;
+#else
+inline constexpr bool poisonsBlocks = false;
+#endif
+
 inline void poison([[maybe_unused]] void *from, [[maybe_unused]] std::size_t bytes)
 {
 #if defined(TAVRIN_ADDRESS_SANITIZER)

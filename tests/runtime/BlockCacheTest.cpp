@@ -59,10 +59,11 @@ struct Letters
 
 TEST(BlockLayout, TheClassFollowsFromTheBlockSize)
 {
-    for (std::size_t blockClass = 0; blockClass < 20; ++blockClass)
-        EXPECT_EQ(classOfBlock(16 * (blockClass + 1)), blockClass);
-    EXPECT_EQ(classOfBlock(blockSizeFor(312)), 19u);
-    EXPECT_EQ(classOfBlock(blockSizeFor(313)), 20u);
+    BlockClasses cache;
+    for (std::size_t index = 1; index <= 20; ++index)
+        EXPECT_EQ(&cache.classOf(16 * index), &cache.classes[index]);
+    EXPECT_EQ(&cache.classOf(blockSizeFor(312)), &cache.classes[20]);
+    EXPECT_GT(blockSizeFor(313), largestCachedBlock);
 }
 
 TEST(BlockLayout, TheHeaderHoldsSizeAndAllocator)
@@ -87,18 +88,31 @@ TEST_F(BlockCacheTest, ABlockCarriesItsSizeAndItsAllocatorInFrontOfTheUsersBytes
     Heap::operator delete(block);
 }
 
-TEST_F(BlockCacheTest, AHeldBlockKeepsItsHeaderAndLinksByItsFirstWord)
+TEST_F(BlockCacheTest, AHeldBlockKeepsItsHeaderAndItsBytes)
 {
     void *first = Heap::operator new(100);
     void *second = Heap::operator new(100);
     Heap::operator delete(first);
     Heap::operator delete(second);
-    const BlockClass &blockClass = cache().classes[classOfBlock(112)];
-    EXPECT_EQ(blockClass.head, second);
-    EXPECT_EQ(blockClass.readCount(), 2u);
+    const BlockClass &blockClass = cache().classOf(112);
+    ASSERT_EQ(blockClass.readCount(), 2u);
+    EXPECT_EQ(blockClass.blocks[0], first);
+    EXPECT_EQ(blockClass.blocks[1], second);
+    EXPECT_EQ(headerOf(first), 112u | 1u);
     EXPECT_EQ(headerOf(second), 112u | 1u);
-    EXPECT_EQ(*static_cast<void **>(second), first);
-    EXPECT_EQ(*static_cast<void **>(first), nullptr);
+}
+
+TEST_F(BlockCacheTest, TheBlockThatCameLastIsTheFirstToGo)
+{
+    std::vector<void *> blocks;
+    for (int made = 0; made < 40; ++made)
+        blocks.push_back(Heap::operator new(100));
+    for (void *block : blocks)
+        Heap::operator delete(block);
+    for (auto block = blocks.rbegin(); block != blocks.rend(); ++block)
+        EXPECT_EQ(Heap::operator new(100), *block);
+    for (void *block : blocks)
+        Heap::operator delete(block);
 }
 
 // Limits.
@@ -107,16 +121,14 @@ TEST_F(BlockCacheTest, EveryClassOfAFreshContextHoldsItsShareOf102400Bytes)
 {
     const auto expectShares = [] {
         EXPECT_EQ(currentContext().cacheSize, 102400);
-        for (int index = 0; index < 20; ++index) {
-            const BlockClass &blockClass = cache().classes[index];
-            EXPECT_EQ(blockClass.limit, 102400u / (320u * static_cast<unsigned>(index + 1)));
-            EXPECT_EQ(blockClass.readCount(), 0u);
-            EXPECT_EQ(blockClass.head, nullptr);
+        for (unsigned index = 1; index <= 20; ++index) {
+            EXPECT_EQ(cache().limits[index], 102400u / (320u * index));
+            EXPECT_EQ(cache().classes[index].readCount(), 0u);
         }
     };
-    EXPECT_EQ(cache().classes[0].limit, 320u);
-    EXPECT_EQ(cache().classes[1].limit, 160u);
-    EXPECT_EQ(cache().classes[19].limit, 16u);
+    EXPECT_EQ(cache().limitOf(16), 320u);
+    EXPECT_EQ(cache().limitOf(32), 160u);
+    EXPECT_EQ(cache().limitOf(320), 16u);
     InitTerm::setMT();
     test::runOnThread(expectShares);
 }
@@ -127,9 +139,8 @@ TEST_F(BlockCacheTest, TheLimitIsTheTruncatedShareForEveryBudget)
     const auto expectLimits = [](int budget) {
         SCOPED_TRACE(budget);
         Heap::setCacheSize(budget);
-        for (int index = 0; index < 20; ++index)
-            EXPECT_EQ(cache().classes[index].limit,
-                      static_cast<unsigned>(budget / (320 * (index + 1))));
+        for (int index = 1; index <= 20; ++index)
+            EXPECT_EQ(cache().limits[index], static_cast<unsigned>(budget / (320 * index)));
     };
     for (int budget = 0; budget < 20000; budget += 7)
         expectLimits(budget);
@@ -140,14 +151,13 @@ TEST_F(BlockCacheTest, TheLimitIsTheTruncatedShareForEveryBudget)
 TEST_F(BlockCacheTest, NoClassExceedsItsLimitAndAllAreFilledUpToIt)
 {
     Heap::setCacheSize(20000);
-    for (int index = 0; index < 20; ++index) {
-        const BlockClass &blockClass = cache().classes[index];
+    for (std::size_t blockSize = 16; blockSize <= 320; blockSize += 16) {
         std::vector<void *> blocks;
-        for (unsigned made = 0; made < blockClass.limit + 3; ++made)
-            blocks.push_back(Heap::operator new(static_cast<std::size_t>(index) * 16 + 8));
+        for (unsigned made = 0; made < cache().limitOf(blockSize) + 3; ++made)
+            blocks.push_back(Heap::operator new(blockSize - 8));
         for (void *block : blocks)
             Heap::operator delete(block);
-        EXPECT_EQ(blockClass.readCount(), blockClass.limit);
+        EXPECT_EQ(cache().classOf(blockSize).readCount(), cache().limitOf(blockSize));
     }
 }
 
@@ -155,11 +165,9 @@ TEST_F(BlockCacheTest, FlushingKeepsTheLimits)
 {
     Heap::operator delete(Heap::operator new(100));
     Heap::flushCache();
-    for (int index = 0; index < 20; ++index) {
+    for (unsigned index = 1; index <= 20; ++index) {
         EXPECT_EQ(cache().classes[index].readCount(), 0u);
-        EXPECT_EQ(cache().classes[index].head, nullptr);
-        EXPECT_EQ(cache().classes[index].limit,
-                  102400u / (320u * static_cast<unsigned>(index + 1)));
+        EXPECT_EQ(cache().limits[index], 102400u / (320u * index));
     }
 }
 
@@ -173,7 +181,7 @@ TEST_F(BlockCacheTest, OnlyNewAtALineLooksAtTheBudgetBeforeItTakesFromAClass)
     const std::int64_t allocations = TestAllocator::shared().allocations();
     void *atALine = Heap::operator new(100, "file", 7);
     EXPECT_EQ(TestAllocator::shared().allocations(), allocations + 1);
-    EXPECT_EQ(cache().classes[classOfBlock(112)].readCount(), 2u);
+    EXPECT_EQ(cache().classOf(112).readCount(), 2u);
     EXPECT_EQ(Heap::operator new(100), second);
     currentContext().cacheSize = 102400;
     EXPECT_EQ(Heap::operator new(100, "file", 7), first);
@@ -253,7 +261,7 @@ TEST_F(BlockCacheTest, TheSanitizerSeesTheBytesBehindARequestAndACachedBlock)
     EXPECT_FALSE(__asan_address_is_poisoned(block + 99));
     EXPECT_TRUE(__asan_address_is_poisoned(block + 100));
     Heap::operator delete(block);
-    EXPECT_TRUE(__asan_address_is_poisoned(block + 8));
+    EXPECT_TRUE(__asan_address_is_poisoned(block));
     EXPECT_TRUE(__asan_address_is_poisoned(block + 103));
     EXPECT_EQ(Heap::operator new(104), block);
     EXPECT_EQ(__asan_region_is_poisoned(block, 104), nullptr);
