@@ -6,6 +6,7 @@
 #include <tavrin/Lock.h>
 
 #include "runtime/AllocatorTable.h"
+#include "runtime/BlockReserve.h"
 #include "runtime/ContextState.h"
 #include "runtime/LockTable.h"
 #include "runtime/Startup.h"
@@ -52,6 +53,7 @@ void stopAllocator()
             break;
         entry->flush();
     }
+    flushDepot();
     // D-003: a stop with blocks left counts one more. Hosts that watch the figure know it so.
     if (retiredCounters.readBlocks() != 0)
         retiredCounters.add(1, 0);

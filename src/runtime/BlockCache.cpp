@@ -59,6 +59,7 @@ void BlockCache::flush()
         giveBack(blockClass);
         blockSize += std::int64_t{blockGranule};
     }
+    reserve.flush();
 }
 
 void BlockCache::setLimits(int budget)

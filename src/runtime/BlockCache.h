@@ -6,6 +6,8 @@
 
 #include <tavrin/Heap.h>
 
+#include "runtime/BlockReserve.h"
+
 namespace Tavrin::detail {
 
 inline constexpr std::uint64_t allocatorIndexMask = blockGranule - 1;
@@ -35,6 +37,7 @@ struct BlockCache : BlockClasses
 {
     unsigned limits[blockClassCount + 1] = {};
     BlockCounters counters;
+    BlockReserve reserve;
 
     unsigned limitOf(std::size_t blockSize) const { return limits[blockSize / blockGranule]; }
 

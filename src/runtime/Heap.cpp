@@ -6,7 +6,8 @@
 // holds one, and go back there while the class is below its limit; all others are the allocator's.
 // In single-threaded operation the operators do that in place (HeapCache.h). What they cannot do
 // there comes here: other threads, full and empty classes, large blocks, and everything outside
-// init and exit.
+// init and exit. Blocks that the DefaultAllocator would free pass through a reserve
+// (BlockReserve.cpp).
 //
 // Statistics: an allocator call counts a block up or down in the thread's counters; entering and
 // leaving the cache is counted by its classes alone. The published figure is therefore the counters
@@ -69,8 +70,13 @@ void *resizeByAllocator(int index, void *block, std::size_t blockSize)
     return allocatorTable.entry(index)->reallocMem(block, blockSize);
 }
 
-void flushAllocator(int index)
+// The DefaultAllocator has nothing to give back but what waits in front of it.
+void flushAllocator(int index, BlockCache &cache)
 {
+    if (index == 0) {
+        cache.reserve.flush();
+        flushDepot();
+    }
     if (Allocator *allocator = allocatorTable.entry(index))
         allocator->flush();
 }
@@ -91,10 +97,10 @@ std::size_t checkedBlockSize(std::size_t request)
 }
 
 // The second attempt, after the allocator gave back what it could.
-[[gnu::cold, gnu::noinline]] void *askAgain(int index, std::size_t blockSize,
+[[gnu::cold, gnu::noinline]] void *askAgain(BlockCache &cache, int index, std::size_t blockSize,
                                             const AllocationPlace *place)
 {
-    flushAllocator(index);
+    flushAllocator(index, cache);
     void *block = askAllocator(index, blockSize, place);
     if (block == nullptr)
         throwOutOfMemory();
@@ -102,18 +108,22 @@ std::size_t checkedBlockSize(std::size_t request)
 }
 
 // A fresh block of the allocator in force, with its header.
-inline void *makeBlock(int index, std::size_t blockSize, const AllocationPlace *place)
+inline void *makeBlock(BlockCache &cache, int index, std::size_t blockSize,
+                       const AllocationPlace *place)
 {
+    if (index == 0 && blockSize <= largestCachedBlock)
+        if (void *user = cache.reserve.take(blockSize, cache.limitOf(blockSize)))
+            return user;
     void *block = askAllocator(index, blockSize, place);
     if (block == nullptr) [[unlikely]]
-        block = askAgain(index, blockSize, place);
+        block = askAgain(cache, index, blockSize, place);
     return writeHeader(block, blockSize, index);
 }
 
 inline void *allocateUncached(BlockCache &cache, std::size_t request, const AllocationPlace *place)
 {
     const std::size_t blockSize = checkedBlockSize(request);
-    void *user = makeBlock(allocatorTable.currentIndex(), blockSize, place);
+    void *user = makeBlock(cache, allocatorTable.currentIndex(), blockSize, place);
     cache.counters.add(1, static_cast<std::int64_t>(blockSize));
     exposeRequest(user, request);
     return user;
@@ -145,6 +155,8 @@ void releaseUncached(BlockCache &cache, void *user) noexcept
         return;
     cache.counters.add(-1, -static_cast<std::int64_t>(blockSize));
     const int index = allocatorInHeader(header);
+    if (isCacheable && index == 0 && cache.reserve.keep(user, blockSize, cache.limitOf(blockSize)))
+        return;
     exposeBlock(user);
     freeByAllocator(index, blockOf(user));
 }
@@ -190,7 +202,7 @@ void *allocateAt(std::size_t request, const char *file, int line)
 // What a failed resize leaves: the old block, and fresh storage of the new size, or an exception.
 void *resizeAfterFlush(int index, std::size_t blockSize)
 {
-    flushAllocator(index);
+    flushAllocator(index, currentContext().cache);
     void *fresh = resizeByAllocator(index, nullptr, blockSize);
     if (fresh == nullptr)
         throwOutOfMemory();
@@ -256,6 +268,7 @@ void *Heap::reAlloc(void *block, std::size_t size)
 void Heap::flushCache()
 {
     detail::currentContext().cache.flush();
+    detail::flushDepot();
 }
 
 int Heap::getCacheSize()
@@ -267,6 +280,7 @@ void Heap::setCacheSize(int bytes)
 {
     detail::ContextState &context = detail::currentContext();
     context.cache.flush();
+    detail::flushDepot();
     context.cacheSize = bytes < 0 ? 0 : bytes;
     context.cache.setLimits(context.cacheSize);
 }

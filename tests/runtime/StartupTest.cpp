@@ -8,6 +8,7 @@
 #include <limits>
 #include <new>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -15,6 +16,7 @@
 #include <tavrin/Heap.h>
 #include <tavrin/InitTerm.h>
 
+#include "runtime/BlockReserve.h"
 #include "runtime/ContextState.h"
 #include "support/RunOnThreads.h"
 
@@ -153,6 +155,40 @@ TEST(Startup, InitSurvivesARequestThatIsRefusedTwice)
 TEST(Startup, InitSurvivesTheEndOfAllMemory)
 {
     expectInitToSurvive(SystemHeap::forever);
+}
+
+TEST(Startup, BlocksThatWaitInReserveAreGivenBackWhenMemoryRunsOut)
+{
+    InitTerm::init();
+    std::vector<void *> blocks(1000);
+    for (void *&block : blocks)
+        block = Heap::operator new(100);
+    for (void *block : blocks)
+        Heap::operator delete(block);
+    EXPECT_GT(detail::bytesInDepot(), 0u);
+    const std::int64_t liveBlocks = systemHeap.liveBlocks;
+    systemHeap.fail(1, 1);
+    void *block = Heap::operator new(1000);
+    EXPECT_EQ(systemHeap.stopFailing(), 1);
+    EXPECT_EQ(detail::bytesInDepot(), 0u);
+    EXPECT_LT(systemHeap.liveBlocks, liveBlocks - 900);
+    Heap::operator delete(block);
+    InitTerm::exit();
+}
+
+TEST(Startup, ReleasesNeedNoMemory)
+{
+    InitTerm::init();
+    const std::int64_t liveBlocks = systemHeap.liveBlocks;
+    std::vector<void *> blocks(1000);
+    for (void *&block : blocks)
+        block = Heap::operator new(100);
+    systemHeap.fail(1, SystemHeap::forever);
+    for (void *block : blocks)
+        Heap::operator delete(block);
+    EXPECT_GT(systemHeap.stopFailing(), 0);
+    EXPECT_EQ(systemHeap.liveBlocks, liveBlocks);
+    InitTerm::exit();
 }
 
 TEST(Startup, AThreadWhoseContextFindsNoMemoryGetsBadAllocationAndMayTryAgain)
