@@ -17,6 +17,7 @@
 #include <tavrin/InitTerm.h>
 #include <tavrin/Lock.h>
 
+#include "support/Address.h"
 #include "support/LibraryTest.h"
 #include "support/RunOnThreads.h"
 #include "support/TestAllocator.h"
@@ -287,10 +288,12 @@ TEST_F(AllocatorTest, ACachedBlockKeepsItsAllocator)
 {
     Allocator::set(&spare(1));
     void *block = Heap::operator new(40);
+    const std::uintptr_t place = test::addressOf(block);
     Heap::operator delete(block);
     Allocator::set(&spare(2));
     const std::int64_t allocations = spare(2).allocations();
-    EXPECT_EQ(Heap::operator new(40), block);
+    block = Heap::operator new(40);
+    EXPECT_EQ(test::addressOf(block), place);
     EXPECT_EQ(spare(2).allocations(), allocations);
     Heap::setCacheSize(0);
     EXPECT_EQ(spare(1).liveBlocks(), 1);

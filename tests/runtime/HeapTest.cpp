@@ -14,12 +14,14 @@
 
 #include <tavrin/InitTerm.h>
 
+#include "support/Address.h"
 #include "support/LibraryTest.h"
 #include "support/MemoryFailure.h"
 #include "support/RunOnThreads.h"
 #include "support/TestAllocator.h"
 
 using namespace Tavrin;
+using test::addressOf;
 using test::TestAllocator;
 
 namespace {
@@ -41,11 +43,6 @@ TestAllocator &allocator()
 void *blockOf(void *user)
 {
     return static_cast<char *>(user) - headerSize;
-}
-
-std::uintptr_t address(const void *pointer)
-{
-    return reinterpret_cast<std::uintptr_t>(pointer);
 }
 
 struct Statistics
@@ -194,7 +191,7 @@ TEST(HeapOutsideInit, ABlockReleasedAfterExitIsAbandoned)
     InitTerm::init();
     Allocator::set(&allocator());
     Heap::setCacheSize(0);
-    void *block = Heap::operator new(100);
+    void *block = Heap::operator new(1000);
     InitTerm::exit();
     const AllocatorCalls calls;
     for (const DeleteForm &form : deleteForms)
@@ -280,7 +277,7 @@ TEST_F(HeapTest, UserPointersLie8BytesPastA16ByteBoundary)
 {
     for (std::size_t size = 0; size < 700; size += 7) {
         void *block = Heap::operator new(size);
-        EXPECT_EQ(address(block) % 16, headerSize) << size;
+        EXPECT_EQ(addressOf(block) % 16, headerSize) << size;
         Heap::operator delete(block);
     }
 }
@@ -421,12 +418,13 @@ TEST_F(HeapTest, DeletingARootRunsTheDestructorOfItsClass)
 TEST_F(HeapTest, ABlockOf312BytesGoesThroughTheCache)
 {
     void *block = Heap::operator new(312);
+    const std::uintptr_t place = addressOf(block);
     const AllocatorCalls calls;
     Heap::operator delete(block);
-    void *again = Heap::operator new(312);
-    EXPECT_EQ(again, block);
+    block = Heap::operator new(312);
+    EXPECT_EQ(addressOf(block), place);
     EXPECT_EQ(calls.all(), 0);
-    Heap::operator delete(again);
+    Heap::operator delete(block);
 }
 
 TEST_F(HeapTest, ABlockOf313BytesBypassesTheCacheBothWays)
@@ -449,12 +447,14 @@ TEST_F(HeapTest, EachClassServesTheRequestsOfItsSizeOnly)
         const std::size_t least = blockClass == 0 ? 0 : most - 15;
         Heap::flushCache();
         void *block = Heap::operator new(most);
+        const std::uintptr_t place = addressOf(block);
         Heap::operator delete(block);
         const AllocatorCalls calls;
         void *larger = Heap::operator new(most + 1);
         void *smaller = least == 0 ? nullptr : Heap::operator new(least - 1);
         EXPECT_EQ(calls.allocations(), least == 0 ? 1 : 2);
-        EXPECT_EQ(Heap::operator new(least), block);
+        block = Heap::operator new(least);
+        EXPECT_EQ(addressOf(block), place);
         Heap::operator delete(larger);
         Heap::operator delete(smaller);
         Heap::operator delete(block);
@@ -465,10 +465,13 @@ TEST_F(HeapTest, TheBlockReleasedLastIsHandedOutFirst)
 {
     void *first = Heap::operator new(40);
     void *second = Heap::operator new(40);
+    const std::uintptr_t placeOfFirst = addressOf(first), placeOfSecond = addressOf(second);
     Heap::operator delete(first);
     Heap::operator delete(second);
-    EXPECT_EQ(Heap::operator new(40), second);
-    EXPECT_EQ(Heap::operator new(40), first);
+    second = Heap::operator new(40);
+    first = Heap::operator new(40);
+    EXPECT_EQ(addressOf(second), placeOfSecond);
+    EXPECT_EQ(addressOf(first), placeOfFirst);
     Heap::operator delete(first);
     Heap::operator delete(second);
 }
@@ -570,12 +573,15 @@ TEST_F(HeapTest, FlushingReleasesWhatIsCachedAndKeepsTheLimits)
 TEST_F(HeapTest, NewAtALineTakesFromTheCacheToo)
 {
     void *block = Heap::operator new(40);
+    const std::uintptr_t place = addressOf(block);
     Heap::operator delete(block);
     const AllocatorCalls calls;
-    EXPECT_EQ(Heap::operator new(40, "file", 7), block);
+    block = Heap::operator new(40, "file", 7);
+    EXPECT_EQ(addressOf(block), place);
     Heap::operator delete(block, "file", 7);
-    EXPECT_EQ(Heap::operator new[](40, "file", 7), block);
-    Heap::operator delete(block);
+    block = Heap::operator new[](40, "file", 7);
+    EXPECT_EQ(addressOf(block), place);
+    Heap::operator delete[](block);
     EXPECT_EQ(calls.all(), 0);
 }
 
@@ -634,10 +640,9 @@ TEST_F(HeapTest, TheSecondRequestAtALineCarriesTheLineToo)
 
 TEST_F(HeapTest, CachedBlocksAreServedWhileTheAllocatorHasNone)
 {
-    void *block = Heap::operator new(40);
-    Heap::operator delete(block);
+    Heap::operator delete(Heap::operator new(40));
     allocator().failRequests(1, TestAllocator::forever);
-    EXPECT_EQ(Heap::operator new(40), block);
+    void *block = Heap::operator new(40);
     EXPECT_EQ(allocator().refusals(), 0);
     EXPECT_THROW((void)Heap::operator new(40), std::bad_alloc);
     allocator().stopFailing();
@@ -680,7 +685,7 @@ TEST_F(HeapTest, ReAllocKeepsTheContentsInBothDirections)
     std::memset(block, 'b', 1000);
     block = static_cast<char *>(Heap::reAlloc(block, 10));
     EXPECT_EQ(std::string(block, 10), std::string(10, 'b'));
-    EXPECT_EQ(address(block) % 16, headerSize);
+    EXPECT_EQ(addressOf(block) % 16, headerSize);
     Heap::operator delete(block);
 }
 
@@ -722,8 +727,10 @@ TEST_F(HeapTest, ReAllocMovesTheByteCountButNotTheBlockCount)
 TEST_F(HeapTest, AReAllocatedBlockIsReleasedIntoTheClassOfItsNewSize)
 {
     void *block = Heap::reAlloc(Heap::operator new(1000), 24);
+    const std::uintptr_t place = addressOf(block);
     Heap::operator delete(block);
-    EXPECT_EQ(Heap::operator new(24), block);
+    block = Heap::operator new(24);
+    EXPECT_EQ(addressOf(block), place);
     block = Heap::reAlloc(block, 1000);
     const AllocatorCalls calls;
     Heap::operator delete(block);
@@ -811,17 +818,19 @@ TEST_F(HeapThreadsTest, EachThreadStartsWithACacheOfItsOwn)
 {
     Heap::setCacheSize(5000);
     void *block = Heap::operator new(40);
+    const std::uintptr_t place = addressOf(block);
     Heap::operator delete(block);
     test::runOnThread([&] {
         EXPECT_EQ(Heap::getCacheSize(), 102400);
         void *other = Heap::operator new(40);
-        EXPECT_NE(other, block);
+        EXPECT_NE(addressOf(other), place);
         Heap::operator delete(other);
         Heap::flushCache();
         Heap::setCacheSize(0);
     });
     EXPECT_EQ(Heap::getCacheSize(), 5000);
-    EXPECT_EQ(Heap::operator new(40), block);
+    block = Heap::operator new(40);
+    EXPECT_EQ(addressOf(block), place);
     Heap::operator delete(block);
 }
 
@@ -829,8 +838,10 @@ TEST_F(HeapThreadsTest, ABlockEntersTheCacheOfTheThreadThatReleasesIt)
 {
     void *block = Heap::operator new(40);
     test::runOnThread([&] {
+        const std::uintptr_t place = addressOf(block);
         Heap::operator delete(block);
-        EXPECT_EQ(Heap::operator new(40), block);
+        block = Heap::operator new(40);
+        EXPECT_EQ(addressOf(block), place);
         Heap::operator delete(block);
         const AllocatorCalls calls;
         Heap::flushCache();
