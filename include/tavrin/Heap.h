@@ -40,9 +40,9 @@ public:
     }
     static void operator delete(void *, void *) noexcept {}
 
-    // Changes the size of `block`, which may move, and returns its new place. Null stays null:
-    // callers allocate first. D-001: when the allocator fails once and then succeeds after its
-    // flush, the result is fresh storage without the old contents, and `block` stays allocated.
+    // Changes the size of `block`, which may move, and returns its new place. D-004: null stays
+    // null; callers allocate first. D-001: when the allocator fails once and then succeeds after
+    // its flush, the result is fresh storage without the old contents, and `block` stays allocated.
     static void *reAlloc(void *block, std::size_t size);
 
     // The calling thread's cache of freed blocks: give all of it back, and its budget in bytes.

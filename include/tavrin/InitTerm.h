@@ -8,7 +8,8 @@ namespace Tavrin {
 // InitTerm: the one entry and exit of the library.
 // Threads: init, exit and setMT run while one thread uses the library; the rest on any thread.
 // Cost:    the first init and the last exit take some microseconds; nested ones are a count.
-// Failure: std::bad_alloc out of init and setMT. After a failed init, exit takes down what came up.
+// Failure: std::bad_alloc out of init and setMT. D-006: a failed init still counts; exit then takes
+//          down what came up.
 class TAVRIN_API InitTerm
 {
 public:

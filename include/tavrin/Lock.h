@@ -78,8 +78,8 @@ public:
     Lockable &operator=(const Lockable &) noexcept { return *this; }
     ~Lockable();
 
-    // Makes the lock if there is none. In single-threaded operation it makes none: a class that
-    // called it before InitTerm::setMT has to call it again.
+    // Makes the lock if there is none. D-005: in single-threaded operation it makes none, and a
+    // class that called it before InitTerm::setMT has to call it again.
     void createLock();
     void lock() const;
     void unlock() const;

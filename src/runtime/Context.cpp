@@ -89,9 +89,9 @@ void destroyContext(ContextState &context)
     delete &context;
 }
 
-// Contexts of threads that still live give back their memory at exit. Their engine state and owned
-// object stay untouched: only their own thread may destroy those, and from here on its end is not
-// noticed.
+// Contexts of threads that still live give back their memory at exit. D-007: their engine state and
+// owned object stay untouched. Only their own thread may destroy those, and from here on its end is
+// not noticed.
 void dropForeignContexts(const ContextState *own)
 {
     ContextState *next = nullptr;
