@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <bit>
 #include <compare>
 #include <concepts>
 #include <cstddef>
+#include <cstring>
 
 #include <tavrin/Export.h>
 #include <tavrin/Lock.h>
@@ -25,7 +27,7 @@ struct StringBuffer
 
     static constexpr unsigned pinnedFlag = 0x8000'0000U;
     // A block is kept while it has less than this many units to spare.
-    static constexpr int slackLimit = 2049;
+    static constexpr unsigned slackLimit = 2049;
 
     int capacity() const noexcept { return static_cast<int>(capacityWord & ~pinnedFlag); }
     bool isPinned() const noexcept { return (capacityWord & pinnedFlag) != 0; }
@@ -35,7 +37,21 @@ struct StringBuffer
     bool keepsBlockFor(int units) const noexcept
     {
         const int room = capacity();
-        return units <= room && (room - units < slackLimit || units > room / 2);
+        return units <= room &&
+               (static_cast<unsigned>(room - units) < slackLimit || units > room / 2);
+    }
+    // The same for one unit more than `end`, in as few steps as it takes. False when pinned.
+    bool takesOneMoreAt(unsigned end) const noexcept
+    {
+        const unsigned spare = capacityWord - end;
+        return spare - 1 < slackLimit || (static_cast<int>(spare) > 0 && end >= capacityWord / 2);
+    }
+    // A unit and the 0 behind it.
+    void writeLast(unsigned at, unsigned short unit) noexcept
+    {
+        const auto pair =
+            std::endian::native == std::endian::little ? unsigned{unit} : unsigned{unit} << 16;
+        std::memcpy(text + at, &pair, sizeof pair);
     }
 };
 static_assert(offsetof(StringBuffer, text) == 12, "block sizes count on the fixed head");
@@ -155,11 +171,10 @@ public:
     String &append(unsigned short unit)
     {
         StringBuffer &own = *buffer;
-        const int end = own.length;
-        if (end < own.capacity() && own.keepsBlockFor(end + 1) && !own.isShared()) [[likely]] {
-            own.text[end] = unit;
-            own.text[end + 1] = 0;
-            own.length = end + 1;
+        const auto end = static_cast<unsigned>(own.length);
+        if (own.takesOneMoreAt(end) && !own.isShared()) [[likely]] {
+            own.writeLast(end, unit);
+            own.length = static_cast<int>(end + 1);
             return *this;
         }
         return appendSlowly(unit);
@@ -281,17 +296,26 @@ private:
     {
         if (record == &detail::emptyBuffer)
             return;
-        // A sole owner needs no atomic operation.
-        if (!record->isShared() || detail::dropReference(&record->refCount) == 0)
+        if (!record->isShared() || isLastDropped(record->refCount))
             freeBuffer(record);
+    }
+    // Only for shared records: a sole owner needs no atomic operation.
+    static bool isLastDropped(int &count) noexcept
+    {
+        if (detail::globals.locks == nullptr)
+            return --count == 0;
+        return __atomic_sub_fetch(&count, 1, __ATOMIC_ACQ_REL) == 0;
     }
     static void freeBuffer(StringBuffer *record) noexcept;
     static StringBuffer *copyBuffer(const StringBuffer &original);
     static bool equalText(const StringBuffer &a, const StringBuffer &b) noexcept;
 
     void unique();
+    void start(const unsigned short *units, int length);
     void adopt(StringBuffer *record) noexcept;
     void resize(int newLength);
+    void moveToFreshBlock(int newLength);
+    void resizeBlock(int newLength);
     bool holds(const void *address) const noexcept;
     String &assignUnits(const detail::UnitView &text);
     String &appendUnits(const detail::UnitView &added);
@@ -300,6 +324,9 @@ private:
     void insertUnits(const detail::UnitView &added, int pos);
     int replaceUnits(const detail::UnitView &from, const detail::UnitView &to, int start);
     int replaceAllUnits(const detail::UnitView &from, const detail::UnitView &to, int start);
+    String plus(const detail::UnitView &tail) const;
+    String plusAny(const detail::UnitView &tail) const;
+    String part(int start, int count) const;
     String splitAt(int at, int delimiterLength);
     bool mapUnits(int (*firstChanged)(const unsigned short *, int) noexcept,
                   bool (*copyMapped)(const unsigned short *, unsigned short *, int) noexcept);

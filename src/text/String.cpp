@@ -70,7 +70,23 @@ using detail::StringAccess;
 
 String::String(const char *bytes) : buffer(detail::makeText(bytes)) {}
 
-String::String(const unsigned short *units, int length) : buffer(detail::makeText(units, length)) {}
+String::String(const unsigned short *units, int length)
+{
+    const bool isShortWay = length > 0 && units != nullptr && *units != 0;
+    StringBuffer *record = isShortWay ? detail::takeBuffer(length) : nullptr;
+    if (record != nullptr) [[likely]] {
+        buffer = record;
+        detail::copyUnits(record->text, units, length);
+    } else {
+        start(units, length);
+    }
+}
+
+// Apart from the short way, which so needs no frame.
+[[gnu::noinline]] void String::start(const unsigned short *units, int length)
+{
+    buffer = detail::makeText(units, length);
+}
 
 void String::freeBuffer(StringBuffer *record) noexcept
 {
@@ -130,16 +146,36 @@ void String::adjust(int newLength)
 // made smaller stays, so that only growth runs out of memory.
 void String::resize(int newLength)
 {
-    const std::size_t room = detail::roomFor(newLength);
-    const unsigned pin = buffer->capacityWord & StringBuffer::pinnedFlag;
     try {
-        buffer =
-            static_cast<StringBuffer *>(detail::resizeBlock(buffer, detail::bytesForRoom(room)));
-        buffer->capacityWord = static_cast<unsigned>(room - 1) | pin;
+        const std::size_t bytes = detail::bytesForRoom(detail::roomFor(newLength));
+        if (bytes <= detail::largestCachedRequest)
+            moveToFreshBlock(newLength);
+        else
+            resizeBlock(newLength);
     } catch (const std::bad_alloc &) {
         if (newLength > buffer->capacity())
             throw;
     }
+}
+
+// D-034: a small block is exchanged for one of the block cache, which the allocator's own resizing
+// would pass by.
+void String::moveToFreshBlock(int newLength)
+{
+    StringBuffer *fresh = detail::makeBuffer(newLength);
+    fresh->capacityWord |= buffer->capacityWord & StringBuffer::pinnedFlag;
+    // The 0 goes along: the text may be extended by itself and its 0.
+    detail::copyUnits(fresh->text, buffer->text, std::min(buffer->length, newLength) + 1);
+    fresh->text[newLength] = 0;
+    adopt(fresh);
+}
+
+void String::resizeBlock(int newLength)
+{
+    const std::size_t room = detail::roomFor(newLength);
+    const unsigned pin = buffer->capacityWord & StringBuffer::pinnedFlag;
+    buffer = static_cast<StringBuffer *>(detail::resizeBlock(buffer, detail::bytesForRoom(room)));
+    buffer->capacityWord = static_cast<unsigned>(room - 1) | pin;
 }
 
 void String::clear()

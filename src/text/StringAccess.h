@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 #include <tavrin/String.h>
 
@@ -48,31 +49,46 @@ inline std::size_t bytesOf(int units)
     return static_cast<std::size_t>(units) * sizeof(unsigned short);
 }
 
-// Copies up to 64 units by a few overlapping moves; the C library gets the rest. The runs do not
-// overlap.
-inline void copyUnits(unsigned short *to, const unsigned short *from, int count)
+// Copies up to 64 units by a few overlapping moves, without a call.
+inline constexpr int fewUnits = 64;
+inline void copyFewUnits(unsigned short *to, const unsigned short *from, int count)
 {
     const std::size_t bytes = bytesOf(count);
     auto *target = reinterpret_cast<char *>(to);
     const auto *source = reinterpret_cast<const char *>(from);
-    const auto moveEnds = [=]<std::size_t size>() {
-        std::memcpy(target, source, size);
-        std::memcpy(target + bytes - size, source + bytes - size, size);
+    // One move from either end; they may overlap in the middle.
+    const auto moveBoth = [=](auto size, std::size_t at) {
+        std::memcpy(target + at, source + at, size);
+        const std::size_t fromEnd = bytes - size - at;
+        std::memcpy(target + fromEnd, source + fromEnd, size);
     };
-    if (bytes > 128)
-        std::memcpy(target, source, bytes);
-    else if (bytes > 64)
-        moveEnds.template operator()<64>();
-    else if (bytes > 32)
-        moveEnds.template operator()<32>();
-    else if (bytes >= 16)
-        moveEnds.template operator()<16>();
-    else if (bytes >= 8)
-        moveEnds.template operator()<8>();
-    else if (bytes >= 4)
-        moveEnds.template operator()<4>();
-    else if (bytes != 0)
+    constexpr std::integral_constant<std::size_t, 16> wide;
+    if (bytes >= wide) {
+        moveBoth(wide, 0);
+        if (bytes > 2 * wide) {
+            moveBoth(wide, wide);
+            if (bytes > 4 * wide) {
+                moveBoth(wide, 2 * wide);
+                if (bytes > 6 * wide)
+                    moveBoth(wide, 3 * wide);
+            }
+        }
+    } else if (bytes >= 8) {
+        moveBoth(std::integral_constant<std::size_t, 8>(), 0);
+    } else if (bytes >= 4) {
+        moveBoth(std::integral_constant<std::size_t, 4>(), 0);
+    } else if (bytes != 0) {
         std::memcpy(target, source, sizeof(unsigned short));
+    }
+}
+
+// The runs do not overlap.
+inline void copyUnits(unsigned short *to, const unsigned short *from, int count)
+{
+    if (count <= fewUnits)
+        copyFewUnits(to, from, count);
+    else
+        std::memcpy(to, from, bytesOf(count));
 }
 
 inline void moveUnits(unsigned short *to, const unsigned short *from, int count)

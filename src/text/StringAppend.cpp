@@ -26,6 +26,19 @@ StringBuffer *makeHead(UnitView head, int more)
     return record;
 }
 
+// The common sum, both parts short and the block at hand; else null.
+StringBuffer *takeSum(UnitView head, UnitView tail)
+{
+    if (head.length > detail::fewUnits || tail.length > detail::fewUnits)
+        return nullptr;
+    StringBuffer *record = detail::takeBuffer(head.length + tail.length);
+    if (record == nullptr)
+        return nullptr;
+    detail::copyFewUnits(record->text, head.units, head.length);
+    detail::copyFewUnits(record->text + head.length, tail.units, tail.length);
+    return record;
+}
+
 StringBuffer *makeSum(UnitView head, UnitView tail)
 {
     StringBuffer *record = makeHead(head, tail.length);
@@ -35,24 +48,35 @@ StringBuffer *makeSum(UnitView head, UnitView tail)
 
 } // namespace
 
+inline String String::plus(const UnitView &tail) const
+{
+    if (tail.length > 0)
+        if (StringBuffer *sum = takeSum(StringAccess::view(*this), tail)) [[likely]]
+            return String(sum);
+    return plusAny(tail);
+}
+
+// Apart from the common sum, which so needs no frame.
+[[gnu::noinline]] String String::plusAny(const UnitView &tail) const
+{
+    if (tail.length == 0)
+        return *this;
+    return String(makeSum(StringAccess::view(*this), tail));
+}
+
 String String::operator+(const String &x) const
 {
-    if (x.length() == 0)
-        return *this;
-    return String(makeSum(StringAccess::view(*this), StringAccess::view(x)));
+    return plus(StringAccess::view(x));
 }
 
 String String::operator+(unsigned short unit) const
 {
-    return String(makeSum(StringAccess::view(*this), {&unit, 1}));
+    return plus({&unit, 1});
 }
 
 String String::operator+(const unsigned short *x) const
 {
-    const int count = detail::lengthOrZero(x);
-    if (count == 0)
-        return *this;
-    return String(makeSum(StringAccess::view(*this), {x, count}));
+    return plus({x, detail::lengthOrZero(x)});
 }
 
 String String::operator+(const char *x) const

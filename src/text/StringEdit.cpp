@@ -94,12 +94,23 @@ String String::substr(int start, int count) const
 {
     const int from = std::max(start, 0);
     const int available = buffer->length - from;
-    if (available <= 0)
-        return String();
     const int taken = count < 0 ? available : std::min(count, available);
-    if (taken == buffer->length)
+    if (taken > 0 && taken < buffer->length && taken <= detail::fewUnits)
+        if (StringBuffer *record = detail::takeBuffer(taken)) [[likely]] {
+            detail::copyFewUnits(record->text, buffer->text + from, taken);
+            return String(record);
+        }
+    return part(from, taken);
+}
+
+// Apart from the short part with its block at hand, which so needs no frame.
+[[gnu::noinline]] String String::part(int start, int count) const
+{
+    if (count <= 0)
+        return String();
+    if (count == buffer->length)
         return *this;
-    return StringAccess::make({buffer->text + from, taken});
+    return StringAccess::make({buffer->text + start, count});
 }
 
 } // namespace Tavrin

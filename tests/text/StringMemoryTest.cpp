@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: MIT
+// Every operation that may ask for memory, run out of it at each request in turn: the string is as
+// before then, its sharers never change, and nothing leaks.
+#include <tavrin/String.h>
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/LibraryTest.h"
+#include "support/MemoryFailure.h"
+#include "text/StringSupport.h"
+
+using namespace Tavrin;
+using test::Allocates;
+using test::patternOf;
+using test::underMemoryFailure;
+using test::Units;
+using test::unitsOf;
+
+using StringMemoryTest = test::LibraryTest;
+using StringMemoryMultiThreadedTest = test::MultiThreadedLibraryTest;
+
+namespace {
+
+struct Operation
+{
+    const char *name;
+    void (*run)(String &text);
+};
+
+const std::u16string longUnits = patternOf(700);
+const std::string longBytes(longUnits.begin(), longUnits.end());
+
+const Operation operations[] = {
+    {"construction from bytes", [](String &text) { text = String("new text"); }},
+    {"construction from long bytes", [](String &text) { text = String(longBytes.c_str()); }},
+    {"construction from units", [](String &text) { text = String(Units(longUnits).data()); }},
+    {"construction with a length", [](String &text) { text = String(Units(u"units"), 3); }},
+    {"copy of a pinned text",
+     [](String &text) {
+         String pinned(text);
+         pinned.makeUnique();
+         text = pinned;
+     }},
+    {"assignment of a char", [](String &text) { text = 'c'; }},
+    {"assignment of a unit", [](String &text) { text = static_cast<unsigned short>(1); }},
+    {"assignment of bytes", [](String &text) { text = longBytes.c_str(); }},
+    {"assignment of units", [](String &text) { text = Units(longUnits).data(); }},
+    {"assignment of a part", [](String &text) { text = text.wstr() + 1; }},
+    {"sum with a text", [](String &text) { text = text + text; }},
+    {"sum with a char", [](String &text) { text = text + 'c'; }},
+    {"sum with a unit", [](String &text) { text = text + static_cast<unsigned short>(1); }},
+    {"sum with bytes", [](String &text) { text = text + longBytes.c_str(); }},
+    {"sum with units", [](String &text) { text = text + Units(longUnits).data(); }},
+    {"append of a text", [](String &text) { text += text; }},
+    {"append of a char", [](String &text) { text += 'c'; }},
+    {"append of a unit", [](String &text) { text += static_cast<unsigned short>(1); }},
+    {"append of bytes", [](String &text) { text += longBytes.c_str(); }},
+    {"append of units", [](String &text) { text += Units(longUnits).data(); }},
+    {"append of bytes with a length", [](String &text) { text.append("more bytes", 4); }},
+    {"append of a part of itself", [](String &text) { text.append(text.wstr() + 1, 2); }},
+    {"append of its own bytes",
+     [](String &text) { text.append(reinterpret_cast<const char *>(text.wstr()), 4); }},
+    {"insert of a text", [](String &text) { text.insert(text, 1); }},
+    {"insert of a char", [](String &text) { text.insert('c', 1); }},
+    {"insert of a unit", [](String &text) { text.insert(static_cast<unsigned short>(1), 0); }},
+    {"insert of bytes", [](String &text) { text.insert(longBytes.c_str(), 2); }},
+    {"insert of units", [](String &text) { text.insert(Units(longUnits).data(), 2); }},
+    {"insert of a part of itself", [](String &text) { text.insert(text.wstr() + 1, 0); }},
+    {"insert behind the end", [](String &text) { text.insert(longBytes.c_str(), 100000); }},
+    {"erase of a part", [](String &text) { text.erase(1, 2); }},
+    {"erase of everything", [](String &text) { text.erase(0, -1); }},
+    {"erase", [](String &text) { text.erase(); }},
+    {"clear", [](String &text) { text.clear(); }},
+    {"set", [](String &text) { text.set(1, 'X'); }},
+    {"setup", [](String &text) { text.setup('x', 900); }},
+    {"init",
+     [](String &text) {
+         text.init(900);
+         text.setup('x', 900);
+     }},
+    {"adjust to less", [](String &text) { text.adjust(2); }},
+    {"makeUnique", [](String &text) { text.makeUnique(); }},
+    {"substr", [](String &text) { text = text.substr(1, 2); }},
+    {"find of long bytes", [](String &text) { text.find(longBytes.c_str()); }},
+    {"findAny of long bytes", [](String &text) { text.findAny(longBytes.c_str()); }},
+    {"replace by more", [](String &text) { text.replace(text.substr(1, 1), longBytes.c_str()); }},
+    {"replace by less", [](String &text) { text.replace(text.substr(1, 2), ""); }},
+    {"replace at the front", [](String &text) { text.replace("", "front"); }},
+    {"replace by itself", [](String &text) { text.replace(text.wstr() + 1, text); }},
+    {"replaceAll by more", [](String &text) { text.replaceAll("\"", "quote"); }},
+    {"replaceAll by less", [](String &text) { text.replaceAll("\"#", "q"); }},
+    {"replaceAll by nothing", [](String &text) { text.replaceAll(text, ""); }},
+    {"replaceAll by itself", [](String &text) { text.replaceAll(text.wstr() + 1, text); }},
+    {"replaceAll of itself", [](String &text) { text.replaceAll(text, text); }},
+    {"replaceAll of units", [](String &text) { text.replaceAll('"', 'q'); }},
+    {"split in the middle", [](String &text) { text.split('#'); }},
+    {"split without a match", [](String &text) { text.split(longBytes.c_str()); }},
+    {"split of a blank front", [](String &text) { text.split('!'); }},
+    {"strip", [](String &text) { text.strip(); }},
+    {"toLower", [](String &text) { text.toLower(); }},
+    {"toUpper", [](String &text) { text.toUpper(); }},
+    {"toMixed", [](String &text) { text.toMixed(); }},
+    {"comparison", [](String &text) { text.ucmp(longBytes.c_str()); }},
+};
+
+struct Objects
+{
+    String text;
+    String sharer;
+};
+
+enum class Sharing
+{
+    soleOwner,
+    shared,
+    pinned,
+};
+
+Objects makeObjects(const std::u16string &units, Sharing sharing)
+{
+    Objects objects;
+    objects.text = Units(units).data();
+    if (sharing == Sharing::shared)
+        objects.sharer = objects.text;
+    if (sharing == Sharing::pinned)
+        objects.text.makeUnique();
+    return objects;
+}
+
+void expectSurvival(const Operation &operation, const std::u16string &units, Sharing sharing)
+{
+    SCOPED_TRACE(testing::Message() << operation.name << " on " << units.size() << " units, "
+                                    << static_cast<int>(sharing));
+    Objects done = makeObjects(units, sharing);
+    operation.run(done.text);
+    const std::u16string expected = unitsOf(done.text);
+    underMemoryFailure([&] { return makeObjects(units, sharing); },
+                       [&](Objects &objects) { operation.run(objects.text); },
+                       [&](const Objects &objects, bool failed) {
+                           EXPECT_EQ(unitsOf(objects.text), failed ? units : expected);
+                           EXPECT_TRUE(test::isTerminated(objects.text));
+                           if (sharing == Sharing::shared) {
+                               EXPECT_EQ(unitsOf(objects.sharer), units);
+                           }
+                       },
+                       Allocates::perhaps);
+}
+
+void expectAllSurvive()
+{
+    const std::u16string texts[] = {patternOf(5), patternOf(15), patternOf(127), patternOf(5000),
+                                    u" blank at both ends !\"# \t"};
+    for (const Operation &operation : operations)
+        for (const std::u16string &units : texts)
+            for (const Sharing sharing : {Sharing::soleOwner, Sharing::shared, Sharing::pinned})
+                expectSurvival(operation, units, sharing);
+}
+
+} // namespace
+
+TEST_F(StringMemoryTest, AnOperationThatRunsOutOfMemoryLeavesTheTextAsItWas)
+{
+    expectAllSurvive();
+}
+
+TEST_F(StringMemoryMultiThreadedTest, TheSameInMultiThreadedOperation)
+{
+    expectAllSurvive();
+}
+
+TEST_F(StringMemoryTest, EmptyTextsSurviveToo)
+{
+    for (const Operation &operation : operations)
+        if (std::string_view(operation.name).find("part") == std::string_view::npos &&
+            std::string_view(operation.name).find("own") == std::string_view::npos)
+            expectSurvival(operation, u"", Sharing::soleOwner);
+}
+
+TEST_F(StringMemoryTest, ConstructionAsksForMemoryOnce)
+{
+    underMemoryFailure(
+        [] { return String(); }, [](String &text) { text = String("abc"); },
+        [](const String &text, bool failed) { EXPECT_EQ(text, failed ? "" : "abc"); });
+}
