@@ -11,4 +11,6 @@
 #include <tavrin/SimpleArray.h>
 #include <tavrin/SparseArray.h>
 #include <tavrin/String.h>
+#include <tavrin/Thread.h>
+#include <tavrin/Time.h>
 #include <tavrin/UnicodeUtils.h>

@@ -178,6 +178,12 @@ ContextState &makeContext()
     return *context;
 }
 
+void endCurrentContext()
+{
+    if (threadSlot.generation == processState.generation)
+        destroyContext(*threadSlot.context);
+}
+
 void forEachContext(void (*visit)(ContextState &context, void *argument), void *argument)
 {
     std::lock_guard guard(listMutex);

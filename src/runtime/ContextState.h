@@ -58,6 +58,10 @@ extern constinit thread_local ThreadSlot threadSlot __attribute__((tls_model("in
 // Makes the calling thread's context.
 ContextState &makeContext();
 
+// Ends the calling thread's own context now, as the end of the thread would. A context that the
+// whole process shares stays.
+void endCurrentContext();
+
 // The calling thread's own context: the one of the process, else the one of the thread.
 inline ContextState &ownContext()
 {

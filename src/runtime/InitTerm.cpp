@@ -80,6 +80,7 @@ void InitTerm::init()
         return;
     detail::runStartRows();
     processState.exitHandlers = detail::newOnHeap<SimpleArray>();
+    detail::markStartTime();
     processState.startingUp = false;
 }
 

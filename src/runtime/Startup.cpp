@@ -14,8 +14,11 @@ struct Row
 };
 
 constexpr Row startRows[] = {
+    {"time", startTime},
+    {"start time", noteStartTime},
     {"allocator", startAllocator},
     {"context", startContext},
+    {"thread", startThread},
     {"string", startString},
 };
 

@@ -5,14 +5,20 @@
 // implements its own pair. A stop routine runs also when the start of a later row failed.
 namespace Tavrin::detail {
 
+void startTime();
+void noteStartTime();
 void startAllocator();
 void stopAllocator();
 void startContext();
 void stopContext();
+void startThread();
 void stopLockTable();
 void stopWeakReferences();
 void startString();
 void stopString();
+
+// The last step of a start: the time that noteStartTime kept becomes the calling thread's mark.
+void markStartTime();
 
 // The whole tables, in order.
 void runStartRows();
