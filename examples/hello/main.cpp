@@ -8,7 +8,7 @@ using namespace Tavrin;
 // An object of the host that scripts may hold on to.
 struct Document : Refcountable
 {
-    SimpleArray pages;
+    String title;
 };
 
 int main()
@@ -16,13 +16,15 @@ int main()
     InitTerm::init();
     {
         auto document = InterfacePtr<Document>::adopt(new Document);
-        document->pages.append(100);
-        const SimpleArray kept = document->pages; // shared: nothing is copied yet
-        document->pages.append(101);              // this one writes, and gets its own
+        document->title = "hello, world";
+        const String kept = document->title; // shared: nothing is copied yet
+        document->title.toUpper();           // this one writes, and gets its own
 
         const WeakRef<Document> handle = document; // what a script would keep
         document.reset();                          // the host closes the document
-        std::printf("%d page kept, document %s\n", kept.length(), handle ? "open" : "gone");
+        for (int at = 0; at < kept.length(); ++at)
+            std::putchar(kept.wstr()[at]);
+        std::puts(handle ? ": the document is open" : ": the document is gone");
     }
     InitTerm::exit();
 }
