@@ -14,19 +14,13 @@ struct Row
 };
 
 constexpr Row startRows[] = {
-    {"time", startTime},
-    {"start time", noteStartTime},
-    {"allocator", startAllocator},
-    {"context", startContext},
-    {"thread", startThread},
-    {"string", startString},
+    {"time", startTime},       {"start time", noteStartTime}, {"allocator", startAllocator},
+    {"context", startContext}, {"thread", startThread},       {"string", startString},
 };
 
 constexpr Row stopRows[] = {
-    {"lock table", stopLockTable},
-    {"weak references", stopWeakReferences},
-    {"string", stopString},
-    {"context", stopContext},
+    {"lock table", stopLockTable}, {"weak references", stopWeakReferences},
+    {"string", stopString},        {"context", stopContext},
     {"allocator", stopAllocator},
 };
 
