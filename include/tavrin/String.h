@@ -26,7 +26,7 @@ struct StringBuffer
     unsigned short text[1]; // `length` units and a 0 unit
 
     static constexpr unsigned pinnedFlag = 0x8000'0000U;
-    // A block is kept while it has less than this many units to spare.
+    // D-040: a block with fewer units than this to spare is kept.
     static constexpr unsigned slackLimit = 2049;
 
     int capacity() const noexcept { return static_cast<int>(capacityWord & ~pinnedFlag); }
@@ -85,7 +85,7 @@ public:
         else if (word < 0)
             buffer = copyBuffer(*buffer);
     }
-    // Leaves `other` empty. A pinned buffer moves with its pin.
+    // Leaves `other` empty. D-033: a pin stays with the buffer, also in a move.
     String(String &&other) noexcept : buffer(other.buffer) { other.buffer = emptyRecord(); }
     String(const char *bytes);
     // A negative length means up to the 0 unit.
@@ -121,9 +121,9 @@ public:
     // The pointer would make every string true; ask for length().
     explicit operator bool() const = delete;
 
-    // The difference of the first unequal units, this minus x. If one text ends before that: 0 if
-    // both do, -1 if this one does, 1 if x does. ncmp compares the first n units only; ucmp and
-    // nucmp pass each unit through UnicodeUtils::towupper first.
+    // D-042: the difference of the first unequal units, this minus x. If one text ends before that:
+    // 0 if both do, -1 if this one does, 1 if x does. ncmp compares the first n units only; ucmp
+    // and nucmp pass each unit through UnicodeUtils::towupper first.
     int cmp(const String &x) const noexcept;
     int cmp(const char *x) const noexcept;
     int cmp(const unsigned short *x) const noexcept;
@@ -189,7 +189,8 @@ public:
     void adjust(int newLength);
     // Sets the length and gives all units up.
     void init(int newLength);
-    // Empties the string and keeps its block; erase gives the block up.
+    // Empties the string and keeps its block; erase gives the block up. D-043: a string that shares
+    // its buffer, as every empty one does, gets a block of its own.
     void clear();
     void erase() noexcept;
     // D-032: a negative start means the end, a negative count as many units as there are.
@@ -268,7 +269,7 @@ public:
     String split(unsigned short delimiter);
     String split(const char *delimiter);
     String split(const unsigned short *delimiter);
-    // Removes leading and trailing units of value 32 or below.
+    // Removes leading and trailing blanks. D-044: those are the units of value 32 or below.
     void strip();
 
     // Map each unit through UnicodeUtils; true if any changed. toMixed makes the first unit, and

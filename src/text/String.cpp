@@ -142,8 +142,8 @@ void String::adjust(int newLength)
     buffer->text[newLength] = 0;
 }
 
-// Moves the text of a sole owner to a block of the size for `newLength`. A block that cannot be
-// made smaller stays, so that only growth runs out of memory.
+// Moves the text of a sole owner to a block of the size for `newLength`. D-041: a block that cannot
+// be made smaller stays, so that only growth runs out of memory.
 void String::resize(int newLength)
 {
     try {

@@ -24,12 +24,15 @@ int compareEnds(int length, int otherLength, int limit)
     return length < otherLength ? -1 : 1;
 }
 
-// The length of a byte text as far as it matters: one unit behind `most` decides like all others.
+// The length of a byte text as far as it matters: one byte behind `most` decides like all others.
 int lengthUpTo(const char *bytes, int most)
 {
     if (bytes == nullptr)
         return 0;
-    return static_cast<int>(strnlen(bytes, static_cast<std::size_t>(most) + 1));
+    const std::size_t reach = std::min(static_cast<std::size_t>(most) + 1, std::size_t{noLimit});
+    if (const void *end = std::memchr(bytes, 0, reach))
+        return static_cast<int>(static_cast<const char *>(end) - bytes);
+    return static_cast<int>(reach);
 }
 
 int compare(UnitView text, UnitView other, int limit)
