@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <tavrin/Refcountable.h>
 
+#include <cstddef>
 #include <type_traits>
 #include <utility>
 
@@ -87,11 +88,12 @@ TEST_F(RefcountableTest, ASubclassMayOverrideRelease)
     EXPECT_EQ(object.getRefCount(), 1);
 }
 
-TEST(Refcountable, AnObjectReleasedAfterExitIsStillDestroyed)
+TEST(Refcountable, AnObjectReleasedAfterExitIsDestroyedAndItsStorageLeftAlone)
 {
     int deaths = 0;
+    alignas(Counted) std::byte storage[sizeof(Counted)];
     InitTerm::init();
-    auto *object = new Counted(deaths);
+    auto *object = new (storage) Counted(deaths);
     InitTerm::exit();
     object->release();
     EXPECT_EQ(deaths, 1);
