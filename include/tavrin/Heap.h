@@ -8,11 +8,12 @@
 
 namespace Tavrin {
 
-// Heap: the storage of every class of this library, as the base that carries operator new and
-// delete. Owns:    nothing; a base without data. Threads: any thread; a block may be released on
-// another thread than the one that made it. Cost:    requests of up to 312 bytes that the calling
-// thread's block cache can serve take a
-//          handful of plain instructions: no lock, no atomic operation, no call of the allocator.
+// Heap: the base that gives the classes of this library their storage; it has no data.
+// Owns:    nothing.
+// Threads: any thread; a block may be released on another thread than the one that made it.
+// Cost:    requests of up to 312 bytes that the calling thread's block cache can serve take a
+//          handful of plain instructions: no lock, no atomic operation, no call of the allocator;
+//          before InitTerm::setMT they are expanded in place.
 // Units:   bytes. A block is aligned to 8, not to 16: what lives on Heap must not need more.
 // Failure: std::bad_alloc with the text "bad allocation" when the memory is exhausted, or outside
 //          the span between InitTerm::init and InitTerm::exit. Releases outside it are ignored.
@@ -47,7 +48,9 @@ public:
 
     // The calling thread's cache of freed blocks: give all of it back, and its budget in bytes.
     // A new thread starts with 102400. Each of the 20 block sizes gets an equal share; a negative
-    // budget counts as 0. Setting the budget empties the cache first.
+    // budget counts as 0. Setting the budget empties the cache first. Behind the caches, small
+    // blocks of the DefaultAllocator wait for threads with a budget, 8 MiB in all and about as much
+    // per thread as its cache holds; flushCache and setCacheSize give those back as well.
     static void flushCache();
     static int getCacheSize();
     static void setCacheSize(int bytes);

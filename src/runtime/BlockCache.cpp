@@ -41,25 +41,24 @@ void giveBack(BlockClass &blockClass)
 bool BlockCache::makeRoom(std::size_t blockSize)
 {
     constexpr unsigned smallestRoom = 16;
-    BlockClass &blockClass = classOf(blockSize);
-    const unsigned limit = limitOf(blockSize);
-    if (blockClass.room >= limit)
+    if (isAtLimit(blockSize))
         return false;
-    return makeSlots(blockClass, std::min(std::max(blockClass.room * 2, smallestRoom), limit));
+    BlockClass &blockClass = classOf(blockSize);
+    return makeSlots(blockClass,
+                     std::min(std::max(blockClass.room * 2, smallestRoom), limitOf(blockSize)));
 }
 
 void BlockCache::flush()
 {
-    std::int64_t blockSize = 0;
+    std::size_t blockSize = 0;
     for (BlockClass &blockClass : classes) {
         // D-002: the blocks were counted down when they came in, and are counted down once more.
         // Emptying the class counts them up, so two of each come off.
-        const std::int64_t held = blockClass.readCount();
-        counters.add(-2 * held, -2 * held * blockSize);
+        counters.addBlocks(-2 * std::int64_t{blockClass.readCount()}, blockSize);
         giveBack(blockClass);
-        blockSize += std::int64_t{blockGranule};
+        blockSize += blockGranule;
     }
-    reserve.flush();
+    flushReserve(*this);
 }
 
 void BlockCache::setLimits(int budget)

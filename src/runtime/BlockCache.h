@@ -17,8 +17,8 @@ inline int allocatorInHeader(std::uint64_t header)
     return static_cast<int>(header & allocatorIndexMask);
 }
 
-// The statistics of one thread, without the blocks that its cache holds: counting a block down when
-// it enters the cache and up when it leaves again is left to `count`.
+// The statistics of one thread, without the blocks that its cache and its reserve hold: counting a
+// block down when it enters them and up when it leaves again is left to `count`.
 struct BlockCounters
 {
     std::int64_t blocks = 0;
@@ -29,6 +29,10 @@ struct BlockCounters
         __atomic_store_n(&blocks, blocks + blockDelta, __ATOMIC_RELAXED);
         __atomic_store_n(&bytes, bytes + byteDelta, __ATOMIC_RELAXED);
     }
+    void addBlocks(std::int64_t count, std::size_t blockSize)
+    {
+        add(count, count * static_cast<std::int64_t>(blockSize));
+    }
     std::int64_t readBlocks() const { return __atomic_load_n(&blocks, __ATOMIC_RELAXED); }
     std::int64_t readBytes() const { return __atomic_load_n(&bytes, __ATOMIC_RELAXED); }
 };
@@ -37,11 +41,13 @@ struct BlockCache : BlockClasses
 {
     unsigned limits[blockClassCount + 1] = {};
     BlockCounters counters;
-    BlockReserve reserve;
+    BlockClasses reserve; // what waits behind the cache, see BlockReserve.h
 
     unsigned limitOf(std::size_t blockSize) const { return limits[blockSize / blockGranule]; }
 
-    // Gives every held block back to the allocator that it came from.
+    bool isAtLimit(std::size_t blockSize) { return classOf(blockSize).room >= limitOf(blockSize); }
+
+    // Gives every held block back to the allocator that it came from, and the reserve as well.
     void flush();
     // Gives each class an equal share of the budget. The cache is empty when this is called.
     void setLimits(int budget);

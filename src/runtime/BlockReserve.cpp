@@ -12,13 +12,13 @@
 // the half, so that the mutex and the cache lines of the arrays are paid once per batch. The blocks
 // themselves, and their headers, are not touched.
 //
-// Invariants: blocks here count as given back, so the statistics do not know of them; the cache in
-// front holds exactly what it would hold without the reserve; a thread with a budget of 0 uses
-// neither store; a reserve holds no more blocks of a size than the cache of its thread may, and the
-// depot never holds more than `depotBytes`. Both are given back by Heap::flushCache and
-// Heap::setCacheSize, when memory runs out, and at InitTerm::exit; the reserve at the end of its
-// thread as well.
-// Pinned by tests/runtime/BlockReserveTest.cpp.
+// Invariants: blocks here count as given back, those of the reserves by subtraction, as those of
+// the caches; the cache in front holds exactly what it would hold without the reserve; a thread
+// with a budget of 0 uses neither store; a reserve holds no more than 64 blocks of a size, and no
+// more than twice as many as the cache of its thread may; the depot never holds more than
+// `depotBytes`. Both are given back by Heap::flushCache and Heap::setCacheSize, when memory runs
+// out, and at InitTerm::exit; the reserve at the end of its thread as well. Pinned by
+// tests/runtime/BlockReserveTest.cpp.
 #include "runtime/BlockReserve.h"
 
 #include <algorithm>
@@ -37,14 +37,15 @@ constexpr unsigned smallestDepotRoom = 256;
 constexpr int spins = 100; // attempts before a thread sleeps; a batch is moved within a few
 
 // Gives a reserve its slots at first use.
-bool hasSlots(BlockClass &own, unsigned limit)
+bool hasSlots(BlockClass &reserve, unsigned limit)
 {
-    return own.room != 0 || (limit != 0 && makeSlots(own, std::min(limit, reserveRoom)));
+    return reserve.room != 0 ||
+           (limit != 0 && makeSlots(reserve, std::min(limit * 2, reserveRoom)));
 }
 
-unsigned batchOf(const BlockClass &own)
+unsigned batchOf(const BlockClass &reserve)
 {
-    return (own.room + 1) / 2;
+    return reserve.room / 2;
 }
 
 class Depot
@@ -153,33 +154,41 @@ constinit Depot depot;
 
 } // namespace
 
-void *BlockReserve::takeFromDepot(std::size_t blockSize, unsigned limit)
+bool refillReserve(BlockCache &cache, std::size_t blockSize)
 {
-    BlockClass &own = held.classOf(blockSize);
-    if (depot.isEmpty(blockSize) || !hasSlots(own, limit))
-        return nullptr;
-    own.writeCount(depot.get(blockSize, own.blocks, batchOf(own)));
-    return own.pop();
-}
-
-bool BlockReserve::keepAfterHandingOver(void *user, std::size_t blockSize, unsigned limit)
-{
-    BlockClass &own = held.classOf(blockSize);
-    if (!hasSlots(own, limit))
+    BlockClass &reserve = cache.reserve.classOf(blockSize);
+    if (depot.isEmpty(blockSize) || !hasSlots(reserve, cache.limitOf(blockSize)))
         return false;
-    if (own.readCount() == own.room) {
-        const unsigned rest = own.room - batchOf(own);
-        if (!depot.put(blockSize, own.blocks + rest, batchOf(own)))
-            return false;
-        own.writeCount(rest);
-    }
-    return own.push(user);
+    const unsigned count = depot.get(blockSize, reserve.blocks, batchOf(reserve));
+    reserve.writeCount(count);
+    cache.counters.addBlocks(count, blockSize);
+    return count != 0;
 }
 
-void BlockReserve::flush()
+bool keepInFullReserve(BlockCache &cache, void *user, std::size_t blockSize)
 {
-    for (BlockClass &blockClass : held.classes)
-        giveBack(blockClass);
+    BlockClass &reserve = cache.reserve.classOf(blockSize);
+    if (!hasSlots(reserve, cache.limitOf(blockSize)))
+        return false;
+    if (reserve.readCount() == reserve.room) {
+        const unsigned moved = batchOf(reserve);
+        const unsigned rest = reserve.room - moved;
+        if (!depot.put(blockSize, reserve.blocks + rest, moved))
+            return false;
+        reserve.writeCount(rest);
+        cache.counters.addBlocks(-std::int64_t{moved}, blockSize);
+    }
+    return reserve.push(user);
+}
+
+void flushReserve(BlockCache &cache)
+{
+    std::size_t blockSize = 0;
+    for (BlockClass &reserve : cache.reserve.classes) {
+        cache.counters.addBlocks(-std::int64_t{reserve.readCount()}, blockSize);
+        giveBack(reserve);
+        blockSize += blockGranule;
+    }
 }
 
 std::size_t bytesInDepot()

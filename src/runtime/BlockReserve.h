@@ -3,44 +3,25 @@
 
 #include <cstddef>
 
-#include <tavrin/Heap.h>
-
 // Where small blocks of the DefaultAllocator wait instead of going back to the system's heap at
-// once. Nothing here touches blocks of registered allocators; see BlockReserve.cpp.
+// once: each thread's reserve, and the depot that all threads share. See BlockReserve.cpp.
 namespace Tavrin::detail {
 
-// The part that belongs to one thread. Blocks in it count as given back.
-class BlockReserve
-{
-public:
-    // A block of that size, with its header, or null. `limit` is the most blocks of this size that
-    // the thread's cache may hold; a reserve holds no more than that either.
-    void *take(std::size_t blockSize, unsigned limit)
-    {
-        void *user = held.classOf(blockSize).pop();
-        return user != nullptr ? user : takeFromDepot(blockSize, limit);
-    }
+struct BlockCache;
 
-    // False when the block has to go to the system's heap.
-    bool keep(void *user, std::size_t blockSize, unsigned limit)
-    {
-        return held.classOf(blockSize).push(user) || keepAfterHandingOver(user, blockSize, limit);
-    }
+// Moves a batch of blocks of that size from the depot to the empty reserve. False when there is
+// none.
+bool refillReserve(BlockCache &cache, std::size_t blockSize);
+// Keeps a block in the full reserve, by moving a batch to the depot. False when the block has to go
+// to the system's heap.
+bool keepInFullReserve(BlockCache &cache, void *user, std::size_t blockSize);
+// Gives the blocks in the reserve back to the system's heap.
+void flushReserve(BlockCache &cache);
 
-    // Gives all blocks of this thread back to the system's heap.
-    void flush();
-
-private:
-    void *takeFromDepot(std::size_t blockSize, unsigned limit);
-    bool keepAfterHandingOver(void *user, std::size_t blockSize, unsigned limit);
-
-    BlockClasses held;
-};
-
-// What all threads together leave for each other at most.
+// What the depot holds, at most and now.
 inline constexpr std::size_t depotBytes = std::size_t{8} << 20;
 std::size_t bytesInDepot();
-// Gives all blocks that threads have left for each other back to the system's heap.
+// Gives the blocks in the depot back to the system's heap.
 void flushDepot();
 
 } // namespace Tavrin::detail

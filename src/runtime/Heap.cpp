@@ -74,7 +74,7 @@ void *resizeByAllocator(int index, void *block, std::size_t blockSize)
 void flushAllocator(int index, BlockCache &cache)
 {
     if (index == 0) {
-        cache.reserve.flush();
+        flushReserve(cache);
         flushDepot();
     }
     if (Allocator *allocator = allocatorTable.entry(index))
@@ -107,26 +107,48 @@ std::size_t checkedBlockSize(std::size_t request)
     return block;
 }
 
-// A fresh block of the allocator in force, with its header.
-inline void *makeBlock(BlockCache &cache, int index, std::size_t blockSize,
-                       const AllocationPlace *place)
+// A block from the reserve, which may refill itself from the depot, or null.
+inline void *takeFromReserve(BlockCache &cache, std::size_t request)
 {
-    if (index == 0 && blockSize <= largestCachedBlock)
-        if (void *user = cache.reserve.take(blockSize, cache.limitOf(blockSize)))
-            return user;
-    void *block = askAllocator(index, blockSize, place);
-    if (block == nullptr) [[unlikely]]
-        block = askAgain(cache, index, blockSize, place);
-    return writeHeader(block, blockSize, index);
+    void *user = cache.reserve.take(request);
+    if (user != nullptr || request > largestCachedRequest ||
+        !refillReserve(cache, blockSizeFor(request)))
+        return user;
+    return cache.reserve.take(request);
 }
 
-inline void *allocateUncached(BlockCache &cache, std::size_t request, const AllocationPlace *place)
+// A block that the cache does not hold.
+[[gnu::noinline]] void *allocateFresh(BlockCache &cache, std::size_t request,
+                                      const AllocationPlace *place)
 {
     const std::size_t blockSize = checkedBlockSize(request);
-    void *user = makeBlock(cache, allocatorTable.currentIndex(), blockSize, place);
-    cache.counters.add(1, static_cast<std::int64_t>(blockSize));
+    const int index = allocatorTable.currentIndex();
+    void *user = index == 0 ? takeFromReserve(cache, request) : nullptr;
+    if (user == nullptr) {
+        void *block = askAllocator(index, blockSize, place);
+        if (block == nullptr) [[unlikely]]
+            block = askAgain(cache, index, blockSize, place);
+        cache.counters.addBlocks(1, blockSize);
+        user = writeHeader(block, blockSize, index);
+    }
     exposeRequest(user, request);
     return user;
+}
+
+[[gnu::noinline]] void releaseUnreserved(BlockCache &cache, void *user) noexcept
+{
+    const std::uint64_t header = headerOf(user);
+    const std::size_t blockSize = sizeInHeader(header);
+    const int index = allocatorInHeader(header);
+    if (blockSize <= largestCachedBlock) {
+        if (cache.makeRoom(blockSize) && cache.keep(user))
+            return;
+        if (index == 0 && keepInFullReserve(cache, user, blockSize))
+            return;
+    }
+    cache.counters.addBlocks(-1, blockSize);
+    exposeBlock(user);
+    freeByAllocator(index, blockOf(user));
 }
 
 // The calling thread's context while the library is up. Its cache is at hand from here on, but for
@@ -143,22 +165,20 @@ ContextState &enterService()
 
 void *allocateAnew(BlockCache &cache, std::size_t request)
 {
-    return allocateUncached(cache, request, nullptr);
+    if (allocatorTable.currentIndex() == 0)
+        if (void *user = cache.reserve.take(request)) [[likely]] {
+            exposeRequest(user, request);
+            return user;
+        }
+    return allocateFresh(cache, request, nullptr);
 }
 
 void releaseUncached(BlockCache &cache, void *user) noexcept
 {
     const std::uint64_t header = headerOf(user);
-    const std::size_t blockSize = sizeInHeader(header);
-    const bool isCacheable = blockSize <= largestCachedBlock;
-    if (isCacheable && cache.makeRoom(blockSize) && cache.keep(user))
-        return;
-    cache.counters.add(-1, -static_cast<std::int64_t>(blockSize));
-    const int index = allocatorInHeader(header);
-    if (isCacheable && index == 0 && cache.reserve.keep(user, blockSize, cache.limitOf(blockSize)))
-        return;
-    exposeBlock(user);
-    freeByAllocator(index, blockOf(user));
+    const bool isReservable = header <= largestCachedBlock && allocatorInHeader(header) == 0;
+    if (!isReservable || !cache.isAtLimit(header) || !cache.reserve.keep(user)) [[unlikely]]
+        releaseUnreserved(cache, user);
 }
 
 void *allocateFromOutside(std::size_t request)
@@ -194,7 +214,7 @@ void *allocateAt(std::size_t request, const char *file, int line)
     const AllocationPlace place{file, line};
     void *user = context.cacheSize == 0 ? nullptr : context.cache.take(request);
     if (user == nullptr)
-        return allocateUncached(context.cache, request, &place);
+        return allocateFresh(context.cache, request, &place);
     exposeRequest(user, request);
     return user;
 }
@@ -299,7 +319,8 @@ void Heap::getMemoryStatistics(int &blocks, std::size_t &bytes)
             total.blocks += cache.counters.readBlocks();
             total.bytes += cache.counters.readBytes();
             for (std::size_t index = 1; index <= detail::blockClassCount; ++index) {
-                const std::int64_t held = cache.classes[index].readCount();
+                const std::int64_t held = std::int64_t{cache.classes[index].readCount()} +
+                                          cache.reserve.classes[index].readCount();
                 total.blocks -= held;
                 total.bytes -= held * static_cast<std::int64_t>(index * detail::blockGranule);
             }

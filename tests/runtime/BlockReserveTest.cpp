@@ -101,6 +101,17 @@ TEST_F(BlockReserveTest, BlocksPastTheLimitAreUsedAgain)
     release(again);
 }
 
+TEST_F(BlockReserveTest, NewAtALineUsesThemToo)
+{
+    const Blocks blocks = make(1000);
+    release(blocks);
+    Blocks again(1000);
+    for (void *&block : again)
+        block = Heap::operator new(request, "file", 7);
+    EXPECT_EQ(countOfCommon(blocks, again), 1000u);
+    release(again);
+}
+
 TEST_F(BlockReserveTest, TheCacheHoldsWhatItWouldHoldWithoutAReserve)
 {
     const Blocks blocks = make(1000);
