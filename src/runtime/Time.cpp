@@ -60,7 +60,8 @@ using namespace detail;
 
 double Time::getUTCTime()
 {
-    return static_cast<double>(platform::utcTime() / systemUnitsPerMillisecond);
+    const std::int64_t milliseconds = platform::utcTime() / systemUnitsPerMillisecond;
+    return static_cast<double>(milliseconds);
 }
 
 double Time::getTimeZoneOffset()
