@@ -7,6 +7,7 @@
 #include <fstream>
 #include <functional>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include <tavrin/Thread.h>
@@ -44,10 +45,16 @@ private:
     std::function<void()> body;
 };
 
+// Looks a few times, then leaves the processor to the thread.
 inline void awaitEnd(const Thread &thread)
 {
-    while (thread.isActive())
-        Thread::sleep(0);
+    constexpr int quickLooks = 20;
+    for (int looks = 0; thread.isActive(); ++looks) {
+        if (looks < quickLooks)
+            Thread::sleep(0);
+        else
+            std::this_thread::sleep_for(std::chrono::microseconds(50));
+    }
 }
 
 // Runs `body` on a Thread and waits for its end.
