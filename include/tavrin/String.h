@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include <tavrin/Export.h>
+#include <tavrin/HeapCache.h>
 #include <tavrin/Lock.h>
 
 namespace Tavrin {
@@ -141,7 +142,9 @@ public:
     {
         if (buffer == x.buffer)
             return true;
-        return buffer->length == x.buffer->length && equalText(*buffer, *x.buffer);
+        const auto bytes = static_cast<unsigned>(buffer->length) * sizeof(unsigned short);
+        return buffer->length == x.buffer->length &&
+               std::memcmp(buffer->text, x.buffer->text, bytes) == 0;
     }
     bool operator==(const char *x) const noexcept { return cmp(x) == 0; }
     bool operator==(const unsigned short *x) const noexcept { return cmp(x) == 0; }
@@ -298,7 +301,7 @@ private:
         if (record == &detail::emptyBuffer)
             return;
         if (!record->isShared() || isLastDropped(record->refCount))
-            freeBuffer(record);
+            detail::deleteBlock(record);
     }
     // Only for shared records: a sole owner needs no atomic operation.
     static bool isLastDropped(int &count) noexcept
@@ -307,9 +310,7 @@ private:
             return --count == 0;
         return __atomic_sub_fetch(&count, 1, __ATOMIC_ACQ_REL) == 0;
     }
-    static void freeBuffer(StringBuffer *record) noexcept;
     static StringBuffer *copyBuffer(const StringBuffer &original);
-    static bool equalText(const StringBuffer &a, const StringBuffer &b) noexcept;
 
     void unique();
     void start(const unsigned short *units, int length);

@@ -72,11 +72,12 @@ String::String(const char *bytes) : buffer(detail::makeText(bytes)) {}
 
 String::String(const unsigned short *units, int length)
 {
-    const bool isShortWay = length > 0 && units != nullptr && *units != 0;
-    StringBuffer *record = isShortWay ? detail::takeBuffer(length) : nullptr;
+    const bool isShort = length > 0 && length <= detail::longestCached;
+    const bool takesShortWay = isShort && units != nullptr && *units != 0;
+    StringBuffer *record = takesShortWay ? detail::takeBuffer(length) : nullptr;
     if (record != nullptr) [[likely]] {
         buffer = record;
-        detail::copyUnits(record->text, units, length);
+        detail::copyFewUnits(record->text, units, length);
     } else {
         start(units, length);
     }
@@ -86,11 +87,6 @@ String::String(const unsigned short *units, int length)
 [[gnu::noinline]] void String::start(const unsigned short *units, int length)
 {
     buffer = detail::makeText(units, length);
-}
-
-void String::freeBuffer(StringBuffer *record) noexcept
-{
-    detail::release(record);
 }
 
 StringBuffer *String::copyBuffer(const StringBuffer &original)

@@ -39,7 +39,7 @@ inline std::size_t roomFor(int length)
     return std::size_t{1} << std::bit_width(static_cast<unsigned>(length) | (smallestRoom - 1));
 }
 
-inline std::size_t bytesForRoom(std::size_t room)
+inline constexpr std::size_t bytesForRoom(std::size_t room)
 {
     return offsetof(StringBuffer, text) + room * sizeof(unsigned short);
 }
@@ -49,14 +49,12 @@ inline std::size_t bytesOf(int units)
     return static_cast<std::size_t>(units) * sizeof(unsigned short);
 }
 
-// Copies up to 64 units by a few overlapping moves, without a call.
-inline constexpr int fewUnits = 64;
+// Copies a short text by a few overlapping moves from both ends, without a call.
 inline void copyFewUnits(unsigned short *to, const unsigned short *from, int count)
 {
     const std::size_t bytes = bytesOf(count);
     auto *target = reinterpret_cast<char *>(to);
     const auto *source = reinterpret_cast<const char *>(from);
-    // One move from either end; they may overlap in the middle.
     const auto moveBoth = [=](auto size, std::size_t at) {
         std::memcpy(target + at, source + at, size);
         const std::size_t fromEnd = bytes - size - at;
@@ -65,14 +63,14 @@ inline void copyFewUnits(unsigned short *to, const unsigned short *from, int cou
     constexpr std::integral_constant<std::size_t, 16> wide;
     if (bytes >= wide) {
         moveBoth(wide, 0);
-        if (bytes > 2 * wide) {
-            moveBoth(wide, wide);
-            if (bytes > 4 * wide) {
-                moveBoth(wide, 2 * wide);
-                if (bytes > 6 * wide)
-                    moveBoth(wide, 3 * wide);
-            }
-        }
+        if (bytes <= 2 * wide)
+            return;
+        moveBoth(wide, wide);
+        if (bytes <= 4 * wide)
+            return;
+        moveBoth(wide, 2 * wide);
+        for (std::size_t at = 3 * wide; 2 * at < bytes; at += wide)
+            moveBoth(wide, at);
     } else if (bytes >= 8) {
         moveBoth(std::integral_constant<std::size_t, 8>(), 0);
     } else if (bytes >= 4) {
@@ -85,7 +83,8 @@ inline void copyFewUnits(unsigned short *to, const unsigned short *from, int cou
 // The runs do not overlap.
 inline void copyUnits(unsigned short *to, const unsigned short *from, int count)
 {
-    if (count <= fewUnits)
+    constexpr int few = 64;
+    if (count <= few)
         copyFewUnits(to, from, count);
     else
         std::memcpy(to, from, bytesOf(count));

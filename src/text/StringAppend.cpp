@@ -26,12 +26,13 @@ StringBuffer *makeHead(UnitView head, int more)
     return record;
 }
 
-// The common sum, both parts short and the block at hand; else null.
+// The common sum, short and with the block at hand; else null.
 StringBuffer *takeSum(UnitView head, UnitView tail)
 {
-    if (head.length > detail::fewUnits || tail.length > detail::fewUnits)
+    const std::int64_t length = std::int64_t{head.length} + tail.length;
+    if (length > detail::longestCached)
         return nullptr;
-    StringBuffer *record = detail::takeBuffer(head.length + tail.length);
+    StringBuffer *record = detail::takeBuffer(static_cast<int>(length));
     if (record == nullptr)
         return nullptr;
     detail::copyFewUnits(record->text, head.units, head.length);

@@ -26,13 +26,27 @@ inline StringBuffer *makeBuffer(int length)
     return startBuffer(allocate(bytesForRoom(room)), room, length);
 }
 
-// The same while the block cache has the block at hand, else null. It makes no call, so that the
-// common constructions stay without a frame.
-inline StringBuffer *takeBuffer(int length)
+// The longest text whose block the block cache keeps.
+inline constexpr int longestCached = 127;
+static_assert(bytesForRoom(longestCached + 1) <= largestCachedRequest &&
+              bytesForRoom(2 * (longestCached + 1)) > largestCachedRequest);
+
+// A record for a text of 1 to 127 units while the block cache has the block at hand, else null. It
+// makes no call, so that the common constructions stay without a frame.
+inline StringBuffer *takeBuffer(int length) noexcept
 {
+    BlockCache *cache = cacheAtHand();
+    if (cache == nullptr) [[unlikely]]
+        return nullptr;
     const std::size_t room = roomFor(length);
-    void *storage = takeCached(bytesForRoom(room));
-    return storage == nullptr ? nullptr : startBuffer(storage, room, length);
+    // Room is a multiple of 16 units, so this is the sum that blockSizeFor rounds up to.
+    const std::size_t blockSize = room * sizeof(unsigned short) + 32;
+    static_assert(blockSizeFor(bytesForRoom(16)) == 64 && blockSizeFor(bytesForRoom(128)) == 288);
+    void *storage = cache->classOf(blockSize).pop();
+    if (storage == nullptr) [[unlikely]]
+        return nullptr;
+    exposeRequest(storage, bytesForRoom(room));
+    return startBuffer(storage, room, length);
 }
 
 inline StringBuffer *makeBuffer(UnitView text)

@@ -80,11 +80,6 @@ int compareFolded(UnitView text, const char *other, int limit)
 
 } // namespace
 
-bool String::equalText(const StringBuffer &a, const StringBuffer &b) noexcept
-{
-    return detail::equalUnits(a.text, b.text, a.length);
-}
-
 int String::cmp(const String &x) const noexcept
 {
     return ncmp(x, noLimit);

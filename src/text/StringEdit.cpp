@@ -95,7 +95,7 @@ String String::substr(int start, int count) const
     const int from = std::max(start, 0);
     const int available = buffer->length - from;
     const int taken = count < 0 ? available : std::min(count, available);
-    if (taken > 0 && taken < buffer->length && taken <= detail::fewUnits)
+    if (taken > 0 && taken < buffer->length && taken <= detail::longestCached)
         if (StringBuffer *record = detail::takeBuffer(taken)) [[likely]] {
             detail::copyFewUnits(record->text, buffer->text + from, taken);
             return String(record);

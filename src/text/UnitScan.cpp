@@ -3,7 +3,6 @@
 
 #include "text/UnitScan.h"
 
-#include <cstring>
 #include <initializer_list>
 
 #include "text/UnitScanKernels.h"
@@ -40,19 +39,7 @@ struct SingleLane
     static bool isZero(Vector value) noexcept { return value == 0; }
 };
 
-bool equalMemory(const unsigned short *a, const unsigned short *b, int n) noexcept
-{
-    return n < 1 || std::memcmp(a, b, static_cast<std::size_t>(n) * sizeof(*a)) == 0;
-}
-
-consteval UnitRoutines makePortable()
-{
-    UnitRoutines routines = kernels::routines<SingleLane>;
-    routines.equalUnits = equalMemory;
-    return routines;
-}
-
-constexpr UnitRoutines portable = makePortable();
+constexpr UnitRoutines portable = kernels::routines<SingleLane>;
 
 const UnitRoutines &bestRoutines() noexcept
 {

@@ -17,7 +17,6 @@ namespace Tavrin::detail {
 // below; callers use those.
 struct UnitRoutines
 {
-    bool (*equalUnits)(const unsigned short *a, const unsigned short *b, int n) noexcept;
     int (*firstDifference)(const unsigned short *a, const unsigned short *b, int n) noexcept;
     int (*firstNarrowDifference)(const unsigned short *a, const char *b, int n) noexcept;
     int (*findUnit)(const unsigned short *text, int n, unsigned short unit) noexcept;
@@ -45,12 +44,6 @@ extern UnitRoutines activeRoutines;
 const UnitRoutines *portableRoutines() noexcept;
 const UnitRoutines *sse2Routines() noexcept;
 const UnitRoutines *avx2Routines() noexcept;
-
-[[nodiscard]] inline bool equalUnits(const unsigned short *a, const unsigned short *b,
-                                     int n) noexcept
-{
-    return activeRoutines.equalUnits(a, b, n);
-}
 
 // The index of the first unequal unit, or n.
 [[nodiscard]] inline int firstDifference(const unsigned short *a, const unsigned short *b,

@@ -12,7 +12,6 @@ namespace Tavrin::detail::kernels {
 
 template <class Lanes>
 inline constexpr UnitRoutines routines = {
-    equalUnits<Lanes>,
     firstDifference<Lanes>,
     firstNarrowDifference<Lanes>,
     findUnit<Lanes, Forward>,
