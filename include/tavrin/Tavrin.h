@@ -4,6 +4,7 @@
 // The whole public interface of Tavrin.
 #include <tavrin/Context.h>
 #include <tavrin/Export.h>
+#include <tavrin/HashTable.h>
 #include <tavrin/Heap.h>
 #include <tavrin/InitTerm.h>
 #include <tavrin/Lock.h>

@@ -1,0 +1,395 @@
+// SPDX-License-Identifier: MIT
+// A chained hash table over a power of two of buckets.
+//
+// The order of walking is part of the interface, so everything that decides it is fixed: the hash
+// of a key, 16 buckets at first, doubling when the load in whole per cent is above 50 before a new
+// key comes in, halving when it is below 30 after a removal, new and moved items at the front of
+// their chains, the old table walked in order.
+//
+// Items are carved from slabs and recycled. How forEach stays safe while its callback changes the
+// table is told in TableWalk.h.
+// Pinned by tests/containers/HashTableTest.cpp.
+#include <tavrin/HashTable.h>
+
+#include <algorithm>
+#include <limits>
+#include <new>
+#include <utility>
+
+#include "containers/TableWalk.h"
+#include "runtime/BlockCache.h"
+#include "text/UnicodeTables.h"
+
+namespace Tavrin {
+
+namespace {
+
+constexpr int firstBuckets = 16;
+constexpr int mostBuckets = 1 << 30;
+constexpr int growFromPercent = 51;
+constexpr int shrinkBelowPercent = 30;
+constexpr int mostHalvings = 26; // from mostBuckets down to firstBuckets
+constexpr int hashedUnits = 5;
+
+// Whether the load in whole per cent is at least `percent`, without a division.
+bool isFilledTo(int percent, int count, int bucketCount)
+{
+    return std::int64_t{count} * 100 >= std::int64_t{bucketCount} * percent;
+}
+
+// D-120: five units take part, a 0 unit ends them, and case does not matter.
+unsigned hashOf(const String &key)
+{
+    unsigned hash = 0;
+    const unsigned short *unit = key.wstr();
+    for (int left = hashedUnits; left > 0 && *unit != 0; --left, ++unit)
+        hash = detail::toUpperUnit(*unit) + 2 * hash;
+    return hash;
+}
+
+bool matches(const String &key, const String &wanted, bool ignoreCase)
+{
+    return ignoreCase ? key.ucmp(wanted) == 0 : key == wanted;
+}
+
+HashItem *fromSlot(std::int64_t slot)
+{
+    return reinterpret_cast<HashItem *>(static_cast<std::intptr_t>(slot));
+}
+
+std::int64_t toSlot(const HashItem *item)
+{
+    return reinterpret_cast<std::intptr_t>(item);
+}
+
+int bucketOf(unsigned hash, int bucketCount)
+{
+    return static_cast<int>(hash & static_cast<unsigned>(bucketCount - 1));
+}
+
+// Links an item in at the front of a chain.
+void linkInto(std::int64_t &first, HashItem *item)
+{
+    item->previous = nullptr;
+    item->next = fromSlot(first);
+    if (item->next != nullptr)
+        item->next->previous = item;
+    first = toSlot(item);
+}
+
+} // namespace
+
+// The delegation makes the destructor run when memory runs out half-way.
+HashTable::HashTable(const HashTable &other) : HashTable()
+{
+    *this += other;
+}
+
+HashTable::HashTable(HashTable &&other) noexcept : HashTable()
+{
+    Walk::endAll(other.walks);
+    swap(other);
+}
+
+HashTable::~HashTable()
+{
+    Walk::endAll(walks);
+    destroyItems();
+}
+
+HashTable &HashTable::operator=(const HashTable &other)
+{
+    if (this != &other)
+        *this = HashTable(other);
+    return *this;
+}
+
+HashTable &HashTable::operator=(HashTable &&other) noexcept
+{
+    HashTable taken(std::move(other));
+    Walk::endAll(walks);
+    swap(taken);
+    return *this;
+}
+
+HashItem *HashTable::firstOf(int bucket) const
+{
+    return fromSlot(buckets.getData()[bucket]);
+}
+
+// Visits all items in walking order, until `visit` returns false.
+template <class Visitor>
+void HashTable::visitAll(Visitor visit) const
+{
+    for (const std::int64_t slot : buckets)
+        for (HashItem *item = fromSlot(slot); item != nullptr; item = item->next)
+            if (!visit(*item))
+                return;
+}
+
+bool HashTable::operator==(const HashTable &other) const
+{
+    if (buckets.length() != other.buckets.length())
+        return false;
+    for (int bucket = 0; bucket < buckets.length(); ++bucket) {
+        const HashItem *left = firstOf(bucket);
+        const HashItem *right = other.firstOf(bucket);
+        for (; left != nullptr && right != nullptr; left = left->next, right = right->next)
+            if (left->value != right->value || left->key != right->key)
+                return false;
+        if (left != right)
+            return false;
+    }
+    return true;
+}
+
+HashTable &HashTable::operator+=(const HashTable &other)
+{
+    other.visitAll([this](const HashItem &item) {
+        set(item.key, item.value, false);
+        return true;
+    });
+    return *this;
+}
+
+const String *HashTable::findKey(std::int64_t value) const
+{
+    const String *key = nullptr;
+    visitAll([&](const HashItem &item) {
+        if (item.value != value)
+            return true;
+        key = &item.key;
+        return false;
+    });
+    return key;
+}
+
+void HashTable::getData(SimpleArray &out) const
+{
+    if (pool.size() == 0)
+        return;
+    const int oldLength = out.length();
+    out.insertGap(oldLength, pool.size());
+    std::int64_t *slot = &out[oldLength];
+    visitAll([&](const HashItem &item) {
+        *slot++ = item.value;
+        return true;
+    });
+}
+
+void HashTable::getKeys(TSimpleArray<const String> &out) const
+{
+    if (pool.size() == 0)
+        return;
+    SimpleArray &slots = out;
+    const int oldLength = slots.length();
+    slots.insertGap(oldLength, pool.size());
+    std::int64_t *slot = &slots[oldLength];
+    visitAll([&](const HashItem &item) {
+        *slot++ = TSimpleArray<const String>::toSlot(&item.key);
+        return true;
+    });
+}
+
+HashItem *HashTable::findItem(const String &key, bool ignoreCase) const
+{
+    if (buckets.length() == 0)
+        return nullptr;
+    HashItem *item = firstOf(bucketOf(hashOf(key), buckets.length()));
+    while (item != nullptr && !matches(item->key, key, ignoreCase))
+        item = item->next;
+    return item;
+}
+
+const String &HashTable::set(const String &key, std::int64_t value, bool ignoreCase)
+{
+    HashItem *item = findItem(key, ignoreCase);
+    if (item == nullptr)
+        return add(key, value).key;
+    // D-121: the last spelling stays.
+    if (ignoreCase)
+        item->key = key;
+    item->value = value;
+    return item->key;
+}
+
+// What can fail comes before what changes the table.
+HashItem &HashTable::add(const String &key, std::int64_t value)
+{
+    if (count == std::numeric_limits<int>::max())
+        detail::throwOutOfMemory();
+    String copy = key;
+    pool.reserve();
+    smartGrow();
+    const unsigned hash = hashOf(copy);
+    auto *item = ::new (pool.take()) HashItem{std::move(copy), nullptr, hash, value, nullptr};
+    linkInto(buckets[bucketOf(hash, buckets.length())], item);
+    ++count;
+    return *item;
+}
+
+void HashTable::smartGrow()
+{
+    const int bucketCount = buckets.length();
+    if (bucketCount == 0)
+        buckets.setSize(firstBuckets);
+    else if (walks == nullptr && bucketCount < mostBuckets &&
+             isFilledTo(growFromPercent, count, bucketCount))
+        rehash(2 * bucketCount);
+}
+
+void HashTable::smartShrink() noexcept
+{
+    owedShrinks = std::min(owedShrinks + 1, mostHalvings);
+    settle();
+}
+
+// Halves the buckets as often as is owed, unless a walk is under way.
+void HashTable::settle() noexcept
+{
+    if (walks != nullptr)
+        return;
+    int owed = std::exchange(owedShrinks, 0);
+    while (owed > 0 && shrink())
+        --owed;
+}
+
+// False when the number of buckets is right.
+bool HashTable::shrink() noexcept
+{
+    const int bucketCount = buckets.length();
+    if (bucketCount <= firstBuckets) {
+        if (count == 0)
+            buckets.erase();
+        return false;
+    }
+    if (isFilledTo(shrinkBelowPercent, count, bucketCount))
+        return false;
+    rehash(bucketCount / 2);
+    return true;
+}
+
+// In place: halving and doubling send the items of a bucket to buckets that are either the same one
+// or not visited any more.
+void HashTable::rehash(int bucketCount)
+{
+    const int oldCount = buckets.length();
+    if (bucketCount > oldCount)
+        buckets.setSize(bucketCount);
+    std::int64_t *firsts = &buckets[0];
+    for (int bucket = 0; bucket < oldCount; ++bucket) {
+        HashItem *next = nullptr;
+        for (HashItem *item = fromSlot(std::exchange(firsts[bucket], 0)); item != nullptr;
+             item = next) {
+            next = item->next;
+            linkInto(firsts[bucketOf(item->hash, bucketCount)], item);
+        }
+    }
+    buckets.setSize(bucketCount);
+}
+
+std::int64_t HashTable::remove(const String &key, bool ignoreCase)
+{
+    HashItem *item = findItem(key, ignoreCase);
+    if (item == nullptr)
+        return 0;
+    const std::int64_t value = item->value;
+    removeItem(item);
+    return value;
+}
+
+void HashTable::removeItem(HashItem *item) noexcept
+{
+    discard(item);
+    --count;
+    smartShrink();
+}
+
+void HashTable::removeData(std::int64_t value)
+{
+    int matching = 0;
+    visitAll([&](const HashItem &item) {
+        matching += item.value == value;
+        return true;
+    });
+    if (matching == 0)
+        return;
+    SimpleArray items;
+    items.setSize(matching);
+    std::int64_t *slot = &items[0];
+    visitAll([&](const HashItem &item) {
+        if (item.value == value)
+            *slot++ = toSlot(&item);
+        return true;
+    });
+    for (const std::int64_t item : items)
+        removeItem(fromSlot(item));
+}
+
+void HashTable::erase()
+{
+    Walk::endAll(walks);
+    HashTable emptied;
+    swap(emptied);
+}
+
+void HashTable::forEach(bool (*fn)(const String &key, std::int64_t *value, std::int64_t arg),
+                        std::int64_t arg)
+{
+    if (count == 0)
+        return;
+    bool hasRemoved = false;
+    {
+        Walk walk(walks);
+        for (int bucket = 0; bucket < buckets.length(); ++bucket) {
+            const bool goesOn = walk.visit(
+                firstOf(bucket), [&](HashItem &item) { return fn(item.key, &item.value, arg); },
+                [&](HashItem *item) {
+                    // D-064: the item goes, and `count` stays as it is.
+                    discard(item);
+                    hasRemoved = true;
+                });
+            if (!goesOn)
+                return;
+        }
+    }
+    if (hasRemoved)
+        smartShrink();
+    else
+        settle();
+}
+
+// Takes an item out of its chain and recycles it.
+void HashTable::discard(HashItem *item) noexcept
+{
+    Walk::leave(walks, item);
+    if (item->next != nullptr)
+        item->next->previous = item->previous;
+    if (item->previous != nullptr)
+        item->previous->next = item->next;
+    else
+        buckets[bucketOf(item->hash, buckets.length())] = toSlot(item->next);
+    item->~HashItem();
+    pool.give(item);
+}
+
+void HashTable::destroyItems() noexcept
+{
+    for (const std::int64_t slot : buckets) {
+        HashItem *next = nullptr;
+        for (HashItem *item = fromSlot(slot); item != nullptr; item = next) {
+            next = item->next;
+            item->~HashItem();
+        }
+    }
+}
+
+void HashTable::swap(HashTable &other) noexcept
+{
+    std::swap(count, other.count);
+    std::swap(owedShrinks, other.owedShrinks);
+    std::swap(buckets, other.buckets);
+    pool.swap(other.pool);
+}
+
+} // namespace Tavrin
