@@ -2,12 +2,17 @@
 #pragma once
 
 #include <cstdint>
-#include <utility>
 
 #include <tavrin/Export.h>
+#include <tavrin/ItemPool.h>
 #include <tavrin/SimpleArray.h>
 
 namespace Tavrin {
+
+namespace detail {
+template <class Item>
+class TableWalk;
+} // namespace detail
 
 // ArrayItem: one key and its value, in the chain of a bucket.
 struct ArrayItem
@@ -87,40 +92,7 @@ protected:
     void smartShrink();
 
 private:
-    struct Walk;
-
-    // The storage of the items: carved from blocks of growing size, and recycled.
-    class Pool
-    {
-    public:
-        Pool() = default;
-        Pool(Pool &&other) noexcept { swap(other); }
-        Pool(const Pool &) = delete;
-        Pool &operator=(const Pool &) = delete;
-        ~Pool() { release(nullptr); }
-
-        // Makes sure that the next take succeeds.
-        void reserve();
-        ArrayItem *take();
-        void give(ArrayItem *item);
-        void swap(Pool &other) noexcept;
-
-    private:
-        struct Slab
-        {
-            Slab *next; // the one before it
-            int used;
-            int capacity;
-            ArrayItem *items() { return reinterpret_cast<ArrayItem *>(this + 1); }
-        };
-
-        // Releases the slabs that came after `last`, which stays as an empty one.
-        void release(Slab *last);
-
-        Slab *slabs = nullptr; // the newest first
-        ArrayItem *freed = nullptr;
-        int taken = 0;
-    };
+    using Walk = detail::TableWalk<ArrayItem>;
 
     static ArrayItem *fromSlot(std::int64_t slot)
     {
@@ -153,12 +125,11 @@ private:
     bool needsGrowth() const;
     void rehash(int bucketCount);
     void discard(ArrayItem *item);
-    void endWalks();
     void swap(SparseArray &other) noexcept;
 
     int count = 0;
     SimpleArray buckets; // each the first ArrayItem of a chain, or 0
-    Pool pool;
+    detail::ItemPool<ArrayItem> pool;
     Walk *walks = nullptr; // the calls of forEach that are under way, the innermost first
 };
 

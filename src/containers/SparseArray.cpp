@@ -5,20 +5,16 @@
 // of a key, 32 buckets at first, doubling when the load in whole per cent is above 50 before a new
 // key comes in, new and moved items at the front of their chains, the old table walked in order.
 //
-// Items are carved from slabs and recycled, which costs a new key less than a block of its own
-// would. When the last item goes, all slabs but the first go too.
-//
-// A forEach that is under way stands in the list `walks`. Whoever takes an item out of the table
-// moves those walks on that were about to visit it, so that `fn` may do with the table what it
-// likes. A walk ends because buckets are visited once, new items come in front of the place where
-// the walk is, and the number of buckets stays while there are walks.
+// Items are carved from slabs and recycled. How forEach stays safe while its callback changes the
+// table is told in TableWalk.h.
 // Pinned by tests/containers/SparseArrayTest.cpp.
 #include <tavrin/SparseArray.h>
 
-#include <algorithm>
 #include <limits>
 #include <new>
+#include <utility>
 
+#include "containers/TableWalk.h"
 #include "runtime/BlockCache.h"
 
 namespace Tavrin {
@@ -30,9 +26,6 @@ constexpr int mostBuckets = 1 << 30;
 constexpr int growFromPercent = 51;
 constexpr int shrinkBelowPercent = 30;
 
-constexpr int firstSlabItems = 12;  // the largest slab that the block cache serves
-constexpr int mostSlabItems = 2728; // 64 KiB
-
 // Whether the load in whole per cent is at least `percent`, without a division.
 bool isFilledTo(int percent, int count, int bucketCount)
 {
@@ -40,76 +33,6 @@ bool isFilledTo(int percent, int count, int bucketCount)
 }
 
 } // namespace
-
-// One call of forEach. When the table ends it, it does not touch the table any more, so that `fn`
-// may even destroy it.
-struct SparseArray::Walk
-{
-    explicit Walk(SparseArray &walked) : table(&walked), outer(walked.walks) { enlist(); }
-    ~Walk()
-    {
-        if (table != nullptr)
-            table->walks = outer;
-    }
-    Walk(const Walk &) = delete;
-    Walk &operator=(const Walk &) = delete;
-
-    // Not inline: GCC 12 would warn of the address that an ended walk seems to leave in the table.
-    [[gnu::noinline]] void enlist() { table->walks = this; }
-    bool hasEnded() const { return table == nullptr; }
-
-    SparseArray *table; // null once ended
-    Walk *outer;
-    ArrayItem *current = nullptr; // the item that `fn` has; null when it is gone
-    ArrayItem *next = nullptr;    // the item to visit after it
-};
-
-void SparseArray::Pool::reserve()
-{
-    if (freed != nullptr || (slabs != nullptr && slabs->used < slabs->capacity))
-        return;
-    const int capacity =
-        slabs == nullptr ? firstSlabItems : std::min(2 * slabs->capacity, mostSlabItems);
-    const auto items = sizeof(ArrayItem) * static_cast<unsigned>(capacity);
-    slabs = ::new (Heap::operator new(sizeof(Slab) + items)) Slab{slabs, 0, capacity};
-}
-
-ArrayItem *SparseArray::Pool::take()
-{
-    ++taken;
-    if (freed != nullptr)
-        return std::exchange(freed, freed->next);
-    return slabs->items() + slabs->used++;
-}
-
-void SparseArray::Pool::give(ArrayItem *item)
-{
-    item->next = freed;
-    freed = item;
-    if (--taken > 0)
-        return;
-    Slab *oldest = slabs;
-    while (oldest->next != nullptr)
-        oldest = oldest->next;
-    release(oldest);
-}
-
-void SparseArray::Pool::release(Slab *last)
-{
-    while (slabs != last)
-        Heap::operator delete(std::exchange(slabs, slabs->next));
-    if (last != nullptr)
-        last->used = 0;
-    freed = nullptr;
-    taken = 0;
-}
-
-void SparseArray::Pool::swap(Pool &other) noexcept
-{
-    std::swap(slabs, other.slabs);
-    std::swap(freed, other.freed);
-    std::swap(taken, other.taken);
-}
 
 // The delegation makes the destructor run when memory runs out half-way.
 SparseArray::SparseArray(const SparseArray &other) : SparseArray()
@@ -119,13 +42,13 @@ SparseArray::SparseArray(const SparseArray &other) : SparseArray()
 
 SparseArray::SparseArray(SparseArray &&other) noexcept : SparseArray()
 {
-    other.endWalks();
+    Walk::endAll(other.walks);
     swap(other);
 }
 
 SparseArray::~SparseArray()
 {
-    endWalks();
+    Walk::endAll(walks);
 }
 
 SparseArray &SparseArray::operator=(const SparseArray &other)
@@ -138,7 +61,7 @@ SparseArray &SparseArray::operator=(const SparseArray &other)
 SparseArray &SparseArray::operator=(SparseArray &&other) noexcept
 {
     SparseArray taken(std::move(other));
-    endWalks();
+    Walk::endAll(walks);
     swap(taken);
     return *this;
 }
@@ -233,9 +156,8 @@ void SparseArray::add(std::int64_t key, std::int64_t value)
         buckets.setSize(firstBuckets);
     else if (needsGrowth())
         rehash(2 * buckets.length());
-    ArrayItem *item = pool.take();
     std::int64_t &first = buckets[bucketOf(key, buckets.length())];
-    *item = {fromSlot(first), key, value};
+    auto *item = ::new (pool.take()) ArrayItem{fromSlot(first), key, value};
     first = toSlot(item);
     ++count;
 }
@@ -292,7 +214,7 @@ void SparseArray::removeData(std::int64_t value)
 
 void SparseArray::erase()
 {
-    endWalks();
+    Walk::endAll(walks);
     SparseArray emptied;
     swap(emptied);
 }
@@ -302,31 +224,21 @@ void SparseArray::forEach(bool (*fn)(std::int64_t key, std::int64_t *value, std:
 {
     if (count == 0)
         return;
-    Walk walk(*this);
+    Walk walk(walks);
     for (int bucket = 0; bucket < buckets.length(); ++bucket) {
-        walk.next = firstOf(bucket);
-        while (walk.next != nullptr) {
-            walk.current = walk.next;
-            walk.next = walk.current->next;
-            const bool keeps = fn(walk.current->key, &walk.current->value, arg);
-            if (walk.hasEnded())
-                return;
+        const bool goesOn = walk.visit(
+            firstOf(bucket), [&](ArrayItem &item) { return fn(item.key, &item.value, arg); },
             // D-064: the item goes, and `count` stays as it is.
-            if (!keeps && walk.current != nullptr)
-                discard(walk.current);
-        }
+            [&](ArrayItem *item) { discard(item); });
+        if (!goesOn)
+            return;
     }
 }
 
 // Takes an item out of its chain and recycles it.
 void SparseArray::discard(ArrayItem *item)
 {
-    for (Walk *walk = walks; walk != nullptr; walk = walk->outer) {
-        if (walk->current == item)
-            walk->current = nullptr;
-        if (walk->next == item)
-            walk->next = item->next;
-    }
+    Walk::leave(walks, item);
     std::int64_t &first = buckets[bucketOf(item->key, buckets.length())];
     if (fromSlot(first) == item) {
         first = toSlot(item->next);
@@ -337,12 +249,6 @@ void SparseArray::discard(ArrayItem *item)
         before->next = item->next;
     }
     pool.give(item);
-}
-
-void SparseArray::endWalks()
-{
-    for (Walk *walk = std::exchange(walks, nullptr); walk != nullptr; walk = walk->outer)
-        walk->table = nullptr;
 }
 
 void SparseArray::swap(SparseArray &other) noexcept
