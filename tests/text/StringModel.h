@@ -44,7 +44,8 @@ inline void erase(Model &text, int start, int count)
 
 inline void insert(Model &text, const Model &added, int pos)
 {
-    text.insert(sizeOf(std::clamp(pos, 0, lengthOf(text))), added);
+    const std::size_t at = sizeOf(std::clamp(pos, 0, lengthOf(text)));
+    text = text.substr(0, at) + added + text.substr(at);
 }
 
 inline Model substr(const Model &text, int start, int count)
