@@ -122,6 +122,9 @@ struct StringAccess
     }
     // A string of exactly these units, also when they begin with a 0.
     static String make(UnitView text);
+    // Makes it a string of exactly these units, which may be a part of it; keeps its block if the
+    // text fits.
+    static void assign(String &string, UnitView text) { string.assignUnits(text); }
 };
 
 } // namespace Tavrin::detail
