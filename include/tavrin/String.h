@@ -281,6 +281,26 @@ public:
     bool toUpper();
     bool toMixed();
 
+    // Reads a literal of the script language from `pos` on and sets `pos` behind it: a quoted one
+    // up to its closing quote, or else everything up to the end of the line, which is taken too.
+    // True if the literal is complete; `out` has what was read in any case. D-140: after a digit
+    // that is none `pos` is -1, and after an escape that the end of the text cuts it is 0.
+    // A key that begins with "$$$" becomes its localised text, unless a line end stands behind it.
+    bool parse(String &out, int &pos) const;
+    // The same from the front, and cuts off what was read; everything after a wrong digit.
+    bool parse(String &out);
+    // The text as a literal between double quotes; on demand with what is not ASCII as "\\u....".
+    String escape(bool unicodeEscapes) const;
+
+    // Turns each line end into the wanted one and returns how many there are. CR LF is one.
+    enum CRLFEncoding : int
+    {
+        kCRLF = 1, // and every other value
+        kCR = 2,
+        kLF = 3,
+    };
+    int convertLF(CRLFEncoding encoding);
+
     // The one empty String object of the library, between InitTerm::init and exit.
     static const String &emptyString() noexcept;
 
