@@ -2,8 +2,10 @@
 #pragma once
 
 // The whole public interface of Tavrin.
+#include <tavrin/Array.h>
 #include <tavrin/Context.h>
 #include <tavrin/Export.h>
+#include <tavrin/Geometry.h>
 #include <tavrin/HashTable.h>
 #include <tavrin/Heap.h>
 #include <tavrin/InitTerm.h>
@@ -15,3 +17,4 @@
 #include <tavrin/Thread.h>
 #include <tavrin/Time.h>
 #include <tavrin/UnicodeUtils.h>
+#include <tavrin/Variant.h>
