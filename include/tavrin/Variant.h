@@ -36,7 +36,7 @@ struct VariantAccess;
 }
 
 // The kinds of value. The order is fixed: kinds from kObject on have a payload to release.
-enum VariantType : int
+enum VariantType : unsigned short
 {
     kUndefined,
     kNull,
@@ -350,11 +350,11 @@ private:
             doErase();
         value.bits = 0;
         type = kind;
-        attrs = static_cast<unsigned short>((attrs & holderMask) | bits);
+        attrs = static_cast<std::uint16_t>((attrs & holderMask) | bits);
     }
     void takeAttrs(const Variant &other) noexcept
     {
-        attrs = static_cast<unsigned short>((attrs & holderMask) | (other.attrs & copiedMask));
+        attrs = static_cast<std::uint16_t>((attrs & holderMask) | (other.attrs & copiedMask));
     }
     // From one kind below kString to another.
     void takePlain(const Variant &other) noexcept
@@ -395,13 +395,13 @@ private:
 
     Payload value;
     int objectID = 0; // the tag of a live object, the id of an unassigned object
+    VariantType type = kUndefined;
+    mutable std::uint16_t attrs = 0;
     TvScript::Object *jsObject = nullptr;
     // A String, once there has been one: the value of a string, the class name of an unassigned
     // object, else the last text. Zero bytes mean that there is none.
     alignas(String) mutable std::byte textStorage[sizeof(String)] = {};
-    VariantType type = kUndefined;
-    mutable unsigned short attrs = 0;
 };
-static_assert(sizeof(Variant) == 40, "array blocks count on it");
+static_assert(sizeof(Variant) == 32, "a block of eight elements has to fit the block cache");
 
 } // namespace Tavrin
