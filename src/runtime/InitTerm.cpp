@@ -103,6 +103,7 @@ void InitTerm::exit()
     // D-091: not a decrement. An init that a handler left without its exit does not keep anything
     // up.
     processState.initCount = 0;
+    processState.startingUp = true; // as at load, for the next init
     detail::globals.singleCache = nullptr;
 }
 

@@ -18,7 +18,7 @@ struct alignas(64) ProcessState
     unsigned generation = 1; // changes with every start and stop; see ThreadSlot
     ContextState *singleContext = nullptr; // the one context until setMT
     bool multiThreaded = false;            // contexts go to the thread slots
-    bool startingUp = true;                // until the very end of init
+    bool startingUp = true;                // from load or exit to the very end of init
     bool uiEnabled = true;
     bool exiting = false;                // the last exit is under way, from its first handler on
     SimpleArray *exitHandlers = nullptr; // function pointers, oldest first

@@ -15,6 +15,8 @@
 #include <tavrin/Context.h>
 #include <tavrin/Heap.h>
 #include <tavrin/InitTerm.h>
+#include <tavrin/Thread.h>
+#include <tavrin/Time.h>
 
 #include "runtime/BlockReserve.h"
 #include "runtime/ContextState.h"
@@ -157,6 +159,28 @@ TEST(Startup, InitSurvivesTheEndOfAllMemory)
     expectInitToSurvive(SystemHeap::forever);
 }
 
+// Subsystems that hosts may ask before they are complete go by this.
+TEST(Startup, IsUnderWayFromLoadOrExitToTheEndOfInit)
+{
+    EXPECT_TRUE(detail::processState.startingUp);
+    for (int round = 0; round < 2; ++round) {
+        InitTerm::init();
+        EXPECT_FALSE(detail::processState.startingUp);
+        InitTerm::init();
+        InitTerm::exit();
+        EXPECT_FALSE(detail::processState.startingUp) << "a nested pair changed it";
+        InitTerm::atExit([] { EXPECT_FALSE(detail::processState.startingUp); });
+        InitTerm::exit();
+        EXPECT_TRUE(detail::processState.startingUp);
+    }
+    systemHeap.fail(1, SystemHeap::forever);
+    EXPECT_THROW(InitTerm::init(), std::bad_alloc);
+    systemHeap.stopFailing();
+    EXPECT_TRUE(detail::processState.startingUp) << "a failed start is not over";
+    InitTerm::exit();
+    EXPECT_TRUE(detail::processState.startingUp);
+}
+
 TEST(Startup, BlocksThatWaitInReserveAreGivenBackWhenMemoryRunsOut)
 {
     InitTerm::init();
@@ -191,6 +215,23 @@ TEST(Startup, ReleasesNeedNoMemory)
     InitTerm::exit();
 }
 
+TEST(Startup, GoingDownNeedsNoMemory)
+{
+    const std::int64_t liveBlocks = systemHeap.liveBlocks;
+    for (const bool multiThreaded : {false, true}) {
+        InitTerm::init();
+        if (multiThreaded)
+            InitTerm::setMT();
+        InitTerm::atExit([] {});
+        Heap::operator delete(Heap::operator new(100));
+        systemHeap.fail(1, SystemHeap::forever);
+        EXPECT_NO_THROW(InitTerm::exit());
+        systemHeap.stopFailing();
+        EXPECT_FALSE(InitTerm::isInitialized());
+        EXPECT_EQ(systemHeap.liveBlocks, liveBlocks);
+    }
+}
+
 TEST(Startup, AThreadWhoseContextFindsNoMemoryGetsBadAllocationAndMayTryAgain)
 {
     InitTerm::init();
@@ -204,6 +245,11 @@ TEST(Startup, AThreadWhoseContextFindsNoMemoryGetsBadAllocationAndMayTryAgain)
             EXPECT_STREQ(exhausted.what(), "bad allocation");
         }
         EXPECT_THROW((void)Heap::operator new(100), std::bad_alloc);
+        EXPECT_THROW(Heap::setCacheSize(100), std::bad_alloc);
+        EXPECT_THROW((void)Heap::getCacheSize(), std::bad_alloc);
+        EXPECT_THROW(Heap::flushCache(), std::bad_alloc);
+        EXPECT_THROW((void)Thread::getHiResTimer(), std::bad_alloc);
+        EXPECT_THROW((void)Time::isDST(), std::bad_alloc);
         systemHeap.stopFailing();
         EXPECT_NO_THROW(Heap::operator delete(Heap::operator new(100)));
     });
