@@ -82,9 +82,9 @@ public:
 };
 
 // InterfacePtr: holds one reference to a Refcountable, or to anything with addRef and release.
-// Owns:    that reference: taken with addRef, given up with release on reassignment and
-// destruction. Threads: one object is one thread's; holders of the same target may live on
-// different threads.
+// Owns:    that reference: taken with addRef, given up with release when it is reassigned or
+//          destroyed.
+// Threads: one object is one thread's; holders of the same target may live on different threads.
 template <class T>
 class InterfacePtr
 {
