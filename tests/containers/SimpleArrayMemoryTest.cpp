@@ -61,6 +61,8 @@ const Operation operations[] = {
     {"insert", [](SimpleArray &a) { a.insert(9, 3); }},
     {"insertGap", [](SimpleArray &a) { a.insertGap(3, 9); }},
     {"remove", [](SimpleArray &a) { a.remove(3); }, Allocates::perhaps},
+    {"forEach", [](SimpleArray &a) { a.forEach([](int, std::int64_t *, std::int64_t) {}, 0); },
+     Allocates::perhaps},
     {"removeAt", [](SimpleArray &a) { a.removeAt(3); }, Allocates::perhaps},
     {"removeAt past the end", [](SimpleArray &a) { a.removeAt(99); }, Allocates::perhaps},
     {"removeGap within the block", [](SimpleArray &a) { a.removeGap(3, 2); }, Allocates::perhaps},

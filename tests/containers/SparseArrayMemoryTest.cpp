@@ -4,6 +4,8 @@
 #include <tavrin/SparseArray.h>
 
 #include <functional>
+#include <memory>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -28,6 +30,13 @@ SparseArray tableWith(int items)
     return table;
 }
 
+// Reaches what is there for subclasses.
+class OpenTable : public SparseArray
+{
+public:
+    using SparseArray::smartShrink;
+};
+
 struct Operation
 {
     const char *name;
@@ -49,7 +58,27 @@ const Operation operations[] = {
          t += other;
      },
      Allocates::always},
+    {"addition to itself", [](SparseArray &t) { t += t; }},
     {"copy", [](SparseArray &t) { const SparseArray copy = t; }},
+    {"move",
+     [](SparseArray &t) {
+         SparseArray taken(std::move(t));
+         t = std::move(taken);
+     }},
+    {"smartShrink",
+     [](SparseArray &t) {
+         OpenTable open;
+         static_cast<SparseArray &>(open) = std::move(t);
+         open.smartShrink();
+         t = std::move(static_cast<SparseArray &>(open));
+     }},
+    {"reading",
+     [](SparseArray &t) {
+         t.find(32);
+         t.findKey(2);
+         t.hasKey(5);
+         (void)(t == SparseArray());
+     }},
     {"getKeys",
      [](SparseArray &t) {
          SimpleArray keys;

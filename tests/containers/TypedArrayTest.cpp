@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "support/LibraryTest.h"
+#include "support/MemoryFailure.h"
 
 using namespace Tavrin;
 
@@ -162,4 +163,42 @@ TEST_F(TypedArrayTest, TheSecondFaceIsUsedLikeTheFirst)
     const TISimpleArray<Item> tail = items.copy(1, 1);
     EXPECT_EQ(tail[0], &two);
     EXPECT_EQ(items.removeAt(0), &one);
+}
+
+TEST_F(TypedArrayTest, AnOperationThatRunsOutOfMemoryChangesNothing)
+{
+    struct Operation
+    {
+        const char *name;
+        void (*run)(TSimpleArray<Item> &items);
+    };
+    constexpr Operation operations[] = {
+        {"a slot", [](auto &items) { items[0] = &three; }},
+        {"append", [](auto &items) { items.append(&three); }},
+        {"append of an array", [](auto &items) { items += itemsOf({&three}); }},
+        {"insert", [](auto &items) { items.insert(&three, 0); }},
+        {"remove", [](auto &items) { items -= &one; }},
+        {"removeAt", [](auto &items) { items.removeAt(1); }},
+        {"merge",
+         [](auto &items) {
+             items.merge(itemsOf({&two, &three}), false);
+         }},
+        {"copy", [](auto &items) { items = items.copy(1, 1); }},
+    };
+    struct Objects
+    {
+        TSimpleArray<Item> items = itemsOf({&one, &two});
+        TSimpleArray<Item> twin = items; // shares the record
+    };
+    for (const Operation &operation : operations) {
+        SCOPED_TRACE(operation.name);
+        Objects done;
+        operation.run(done.items);
+        test::underMemoryFailure([] { return Objects(); },
+                                 [&](Objects &objects) { operation.run(objects.items); },
+                                 [&](const Objects &objects, bool failed) {
+                                     EXPECT_EQ(objects.twin, done.twin);
+                                     EXPECT_EQ(objects.items, failed ? done.twin : done.items);
+                                 });
+    }
 }

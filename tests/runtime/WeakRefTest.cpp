@@ -398,6 +398,27 @@ TEST_F(WeakRefTest, AFailedCopyLeavesTheOriginalAlone)
         });
 }
 
+TEST_F(WeakRefTest, LettingGoNeedsNoMemory)
+{
+    Pointer first = newTarget();
+    Pointer second = newTarget();
+    auto reference = std::make_unique<Reference>(first);
+    Reference other(first);
+    const Reference third(second);
+    test::TestAllocator &allocator = test::TestAllocator::shared();
+    const std::int64_t requests = allocator.allocations() + allocator.reallocations();
+    Heap::flushCache();
+    allocator.failRequests(1, test::TestAllocator::forever);
+    EXPECT_EQ(third.lock(), second);
+    other = nullptr;
+    reference.reset();
+    WeakRefBase::release(first.get());
+    second.reset();
+    EXPECT_FALSE(third);
+    EXPECT_EQ(allocator.allocations() + allocator.reallocations(), requests);
+    allocator.stopFailing();
+}
+
 // Threads
 
 TEST_F(WeakRefThreadTest, ATargetIsEitherHeldAliveOrGone)

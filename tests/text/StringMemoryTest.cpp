@@ -4,6 +4,7 @@
 #include <tavrin/String.h>
 
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -70,6 +71,7 @@ const Operation operations[] = {
     {"insert of a part of itself", [](String &text) { text.insert(text.wstr() + 1, 0); }},
     {"insert behind the end", [](String &text) { text.insert(longBytes.c_str(), 100000); }},
     {"erase of a part", [](String &text) { text.erase(1, 2); }},
+    {"erase up to the end", [](String &text) { text.erase(2, -1); }},
     {"erase of everything", [](String &text) { text.erase(0, -1); }},
     {"erase", [](String &text) { text.erase(); }},
     {"clear", [](String &text) { text.clear(); }},
@@ -81,28 +83,62 @@ const Operation operations[] = {
          text.setup('x', 900);
      }},
     {"adjust to less", [](String &text) { text.adjust(2); }},
+    {"adjust to more",
+     [](String &text) {
+         const int end = text.length();
+         text.adjust(end + 900);
+         for (int at = end; at < text.length(); ++at)
+             text.set(at, 'x');
+     }},
+    {"adjust to nothing", [](String &text) { text.adjust(0); }},
+    {"move", [](String &text) { text = String(std::move(text)); }},
     {"makeUnique", [](String &text) { text.makeUnique(); }},
     {"substr", [](String &text) { text = text.substr(1, 2); }},
     {"find of long bytes", [](String &text) { text.find(longBytes.c_str()); }},
+    {"find of units",
+     [](String &text) {
+         text.find(Units(longUnits).data(), -1, true);
+         text.find('x', 0, true);
+         text.find(text);
+     }},
     {"findAny of long bytes", [](String &text) { text.findAny(longBytes.c_str()); }},
     {"replace by more", [](String &text) { text.replace(text.substr(1, 1), longBytes.c_str()); }},
     {"replace by less", [](String &text) { text.replace(text.substr(1, 2), ""); }},
+    {"replace of bytes by a text", [](String &text) { text.replace("#", text); }},
+    {"replace of units by units",
+     [](String &text) { text.replace(Units(u"#").data(), Units(longUnits).data()); }},
+    {"replace of a unit", [](String &text) { text.replace('#', 'h'); }},
     {"replace at the front", [](String &text) { text.replace("", "front"); }},
     {"replace by itself", [](String &text) { text.replace(text.wstr() + 1, text); }},
     {"replaceAll by more", [](String &text) { text.replaceAll("\"", "quote"); }},
     {"replaceAll by less", [](String &text) { text.replaceAll("\"#", "q"); }},
+    {"replaceAll of bytes by a text", [](String &text) { text.replaceAll("#", text); }},
+    {"replaceAll of a text by bytes",
+     [](String &text) { text.replaceAll(text.substr(1, 1), longBytes.c_str()); }},
+    {"replaceAll of units by units",
+     [](String &text) { text.replaceAll(Units(u"#").data(), Units(u"hash").data()); }},
+    {"replaceAll of long bytes", [](String &text) { text.replaceAll(longBytes.c_str(), "x"); }},
     {"replaceAll by nothing", [](String &text) { text.replaceAll(text, ""); }},
     {"replaceAll by itself", [](String &text) { text.replaceAll(text.wstr() + 1, text); }},
     {"replaceAll of itself", [](String &text) { text.replaceAll(text, text); }},
     {"replaceAll of units", [](String &text) { text.replaceAll('"', 'q'); }},
     {"split in the middle", [](String &text) { text.split('#'); }},
+    {"split at a text", [](String &text) { text.split(text.substr(2, 1)); }},
+    {"split at a unit", [](String &text) { text.split(static_cast<unsigned short>('#')); }},
+    {"split at units", [](String &text) { text.split(Units(u"#").data()); }},
     {"split without a match", [](String &text) { text.split(longBytes.c_str()); }},
     {"split of a blank front", [](String &text) { text.split('!'); }},
     {"strip", [](String &text) { text.strip(); }},
     {"toLower", [](String &text) { text.toLower(); }},
     {"toUpper", [](String &text) { text.toUpper(); }},
     {"toMixed", [](String &text) { text.toMixed(); }},
-    {"comparison", [](String &text) { text.ucmp(longBytes.c_str()); }},
+    {"comparison",
+     [](String &text) {
+         text.ucmp(longBytes.c_str());
+         text.nucmp(Units(longUnits).data(), 100);
+         text.ncmp(longBytes.c_str(), 100);
+         text.cmp(String::emptyString());
+     }},
 };
 
 struct Objects
