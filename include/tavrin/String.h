@@ -13,6 +13,8 @@
 
 namespace Tavrin {
 
+class Encoder;
+
 namespace detail {
 struct StringAccess;
 struct UnitView;
@@ -92,6 +94,10 @@ public:
     // A negative length means up to the 0 unit.
     // D-030: text that begins with a 0 unit gives the empty string, whatever the length says.
     String(const unsigned short *units, int length = -1);
+    // What decode makes of the bytes up to the 0, or of `length` characters of 32 bits; a negative
+    // length means up to the 0. The result codes are dropped.
+    String(const char *bytes, const Encoder *encoder);
+    String(const unsigned int *utf32, int length = -1);
     constexpr ~String() { drop(buffer); }
 
     String &operator=(const String &other)
@@ -114,6 +120,7 @@ public:
     String &operator=(unsigned short unit);
     String &operator=(const char *bytes);
     String &operator=(const unsigned short *units);
+    String &operator=(const unsigned int *utf32);
 
     int length() const noexcept { return buffer->length; }
     // The text, with a 0 unit behind it. It stays in place until the next change of this String.
@@ -301,6 +308,21 @@ public:
     };
     int convertLF(CRLFEncoding encoding);
 
+    // Replace the text by what the bytes stand for; null is empty, a negative count means up to the
+    // 0. The result is 0 or the encoder's code. With a code the string holds what was converted up
+    // to there; it is unchanged if the encoder refuses to tell the length. A null encoder means the
+    // calling thread's default one. The second form decodes characters of 32 bits, up to the 0.
+    int decode(const char *bytes, int count, const Encoder *encoder);
+    int decode(const unsigned int *utf32);
+    // Convert the text to bytes, with a 0 behind them. They belong to the calling thread and stay
+    // until its next conversion. The result is 0 or the encoder's code; with a code, `out` holds
+    // what was converted up to there.
+    int encode(const char *&out, int &outLength, const Encoder *encoder) const;
+    const char *encode(const Encoder *encoder) const;
+    const unsigned int *encodeUtf32() const;
+    // The bytes that the calling thread's last encode gave.
+    static int getEncodedLength();
+
     // The one empty String object of the library, between InitTerm::init and exit.
     static const String &emptyString() noexcept;
 
@@ -331,6 +353,11 @@ private:
         return __atomic_sub_fetch(&count, 1, __ATOMIC_ACQ_REL) == 0;
     }
     static StringBuffer *copyBuffer(const StringBuffer &original);
+
+    int decodeUtf8(const char *bytes, int count);
+    int decodeBy(const Encoder &encoder, const char *bytes, int count);
+    int decodeAtOnce(const char *bytes, int count, const Encoder &encoder, int units);
+    int decodeInChunks(const char *bytes, int count, const Encoder &encoder);
 
     void unique();
     void start(const unsigned short *units, int length);

@@ -4,6 +4,7 @@
 // The whole public interface of Tavrin.
 #include <tavrin/Array.h>
 #include <tavrin/Context.h>
+#include <tavrin/Encoder.h>
 #include <tavrin/Export.h>
 #include <tavrin/Geometry.h>
 #include <tavrin/HashTable.h>

@@ -18,6 +18,7 @@ struct ContextState : Context
     char *scratch = nullptr;     // from Heap; see growScratch
     std::int64_t timerMark = 0;  // last high-resolution time that a stopwatch reading saw
     int scratchSize = 0;         // bytes in scratch
+    int encodedLength = 0;       // bytes of the last encoding of a String
     std::uint32_t dstMinute = 0; // minute for which dstResult is valid
     int dstResult = 0;           // cached answer of Time::isDST
     int cacheSize = 0;           // byte budget of the block cache

@@ -16,12 +16,13 @@ struct Row
 constexpr Row startRows[] = {
     {"time", startTime},       {"start time", noteStartTime}, {"allocator", startAllocator},
     {"context", startContext}, {"thread", startThread},       {"string", startString},
+    {"encoder", startEncoder},
 };
 
 constexpr Row stopRows[] = {
     {"lock table", stopLockTable}, {"weak references", stopWeakReferences},
-    {"string", stopString},        {"context", stopContext},
-    {"allocator", stopAllocator},
+    {"encoder", stopEncoder},      {"string", stopString},
+    {"context", stopContext},      {"allocator", stopAllocator},
 };
 
 } // namespace

@@ -16,6 +16,8 @@ void stopLockTable();
 void stopWeakReferences();
 void startString();
 void stopString();
+void startEncoder();
+void stopEncoder();
 
 // The last step of a start: the time that noteStartTime kept becomes the calling thread's mark.
 void markStartTime();
