@@ -11,6 +11,10 @@ endif()
 
 # Directory-wide, so that the generated targets that compile each public header alone get them too.
 add_compile_options(-Wall -Wextra -Wconversion)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  # It takes inlined insertions into std::string for copies that overlap.
+  add_compile_options(-Wno-restrict)
+endif()
 if(TAVRIN_WERROR)
   add_compile_options(-Werror)
 endif()
