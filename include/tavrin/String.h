@@ -4,6 +4,7 @@
 #include <bit>
 #include <compare>
 #include <concepts>
+#include <cstdarg>
 #include <cstddef>
 #include <cstring>
 
@@ -299,6 +300,14 @@ public:
     // The text as a literal between double quotes; on demand with what is not ASCII as "\\u....".
     String escape(bool unicodeEscapes) const;
 
+    // Percent-encodes what is neither a digit, an ASCII letter nor in `keep`, over UTF-8. False,
+    // and no change, if the encoder fails, as it does for half a surrogate pair.
+    bool encodeURI(const char *keep);
+    bool encodeURI(const unsigned short *keep);
+    // Decodes percent signs, each with two hexadecimal digits; false, and no change, if one is not.
+    // D-141: bytes that give no text at all become one "?".
+    bool decodeURI();
+
     // Turns each line end into the wanted one and returns how many there are. CR LF is one.
     enum CRLFEncoding : int
     {
@@ -322,6 +331,19 @@ public:
     const unsigned int *encodeUtf32() const;
     // The bytes that the calling thread's last encode gave.
     static int getEncodedLength();
+    // Replace the text by the format, with the fields in it replaced by the arguments: "%", flags
+    // "-" and "+", a "0" that makes zeros of the padding, width, "." with precision, "l" or an "h"
+    // that says nothing, and a conversion. Width and precision may be "*" for an int argument.
+    //   d u o x b   an int; all but "%d" take its low 16 bits only, unless there is an "l"
+    //   p c         a pointer, a code unit
+    //   s           a const char * in the default encoding; "%ls" a const unsigned short *
+    //   e f g n     a double; at most 14 places, 6 by default
+    // An upper-case letter prints in upper case. Any other conversion prints itself, so that "%%"
+    // is "%". The arguments are not checked, by the compiler neither: formats are not printf's.
+    void print(const char *format, ...);
+    void print(const unsigned short *format, ...);
+    void vprint(const char *format, std::va_list args);
+    void vprint(const unsigned short *format, std::va_list args);
 
     // The one empty String object of the library, between InitTerm::init and exit.
     static const String &emptyString() noexcept;

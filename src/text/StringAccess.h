@@ -7,6 +7,7 @@
 #include <cstring>
 #include <limits>
 #include <type_traits>
+#include <utility>
 
 #include <tavrin/String.h>
 
@@ -125,6 +126,13 @@ struct StringAccess
     // Makes it a string of exactly these units, which may be a part of it; keeps its block if the
     // text fits.
     static void assign(String &string, UnitView text) { string.assignUnits(text); }
+    // Moves a text that shares its buffer with no other, and keeps the string pinned if it is.
+    static void take(String &string, String &&text)
+    {
+        if (text.length() > 0)
+            text.buffer->capacityWord |= string.buffer->capacityWord & StringBuffer::pinnedFlag;
+        string = std::move(text);
+    }
 };
 
 } // namespace Tavrin::detail

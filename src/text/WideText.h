@@ -11,21 +11,24 @@ class WideText
 public:
     explicit WideText(const char *bytes) : length(lengthOrZero(bytes))
     {
-        if (length > shortLength)
+        if (length > shortLength) {
             longText = String(bytes);
-        else
+        } else {
             widen(bytes, shortText, length);
+            shortText[length] = 0;
+        }
     }
     WideText(const WideText &) = delete;
     WideText &operator=(const WideText &) = delete;
 
+    // With a 0 unit behind it.
     UnitView view() const { return {length > shortLength ? longText.wstr() : shortText, length}; }
 
 private:
     static constexpr int shortLength = 128;
 
     int length;
-    unsigned short shortText[shortLength];
+    unsigned short shortText[shortLength + 1];
     String longText;
 };
 
