@@ -7,6 +7,13 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstring>
+#include <iosfwd>
+#include <string_view>
+#include <version>
+#ifdef __cpp_lib_format
+#include <format>
+#include <string>
+#endif
 
 #include <tavrin/Export.h>
 #include <tavrin/HeapCache.h>
@@ -15,10 +22,18 @@
 namespace Tavrin {
 
 class Encoder;
+class String;
 
 namespace detail {
+
 struct StringAccess;
 struct UnitView;
+
+// The 16-bit text of the standard: views, strings and literals.
+template <class Text>
+concept StandardText =
+    !std::derived_from<Text, String> && std::convertible_to<const Text &, std::u16string_view>;
+
 } // namespace detail
 
 // StringBuffer: the record behind a String, one block of Heap with the text at its end.
@@ -99,6 +114,10 @@ public:
     // length means up to the 0. The result codes are dropped.
     String(const char *bytes, const Encoder *encoder);
     String(const unsigned int *utf32, int length = -1);
+    // Exactly these units. So whatever takes a String takes u"..." as well.
+    template <detail::StandardText Text>
+    String(const Text &text) : String(fromView(text))
+    {}
     constexpr ~String() { drop(buffer); }
 
     String &operator=(const String &other)
@@ -127,6 +146,16 @@ public:
     // The text, with a 0 unit behind it. It stays in place until the next change of this String.
     const unsigned short *wstr() const noexcept { return buffer->text; }
     operator const unsigned short *() const noexcept { return buffer->text; }
+    // The text for the standard library; as long in place as that of wstr.
+    operator std::u16string_view() const noexcept
+    {
+        const unsigned short *units = buffer->text;
+        // char16_t is another type than the code unit: what was written as the one before is to be
+        // in memory when it is read as the other.
+        __asm__ __volatile__("" : : "r"(units) : "memory");
+        return {reinterpret_cast<const char16_t *>(units),
+                static_cast<std::size_t>(buffer->length)};
+    }
     // The pointer would make every string true; ask for length().
     explicit operator bool() const = delete;
 
@@ -161,6 +190,18 @@ public:
     std::strong_ordering operator<=>(const unsigned short *x) const noexcept
     {
         return cmp(x) <=> 0;
+    }
+
+    // All of both texts counts, be there a 0 in them.
+    template <detail::StandardText Text>
+    bool operator==(const Text &x) const noexcept
+    {
+        return compareView(x) == 0;
+    }
+    template <detail::StandardText Text>
+    std::strong_ordering operator<=>(const Text &x) const noexcept
+    {
+        return compareView(x) <=> 0;
     }
 
     String operator+(const String &x) const;
@@ -345,6 +386,9 @@ public:
     void vprint(const char *format, std::va_list args);
     void vprint(const unsigned short *format, std::va_list args);
 
+    // Prints the text as UTF-8, with U+FFFD for half a surrogate pair. Width counts bytes.
+    friend TAVRIN_API std::ostream &operator<<(std::ostream &out, const String &text);
+
     // The one empty String object of the library, between InitTerm::init and exit.
     static const String &emptyString() noexcept;
 
@@ -381,6 +425,9 @@ private:
     int decodeAtOnce(const char *bytes, int count, const Encoder &encoder, int units);
     int decodeInChunks(const char *bytes, int count, const Encoder &encoder);
 
+    static String fromView(std::u16string_view text);
+    int compareView(std::u16string_view text) const noexcept;
+
     void unique();
     void start(const unsigned short *units, int length);
     void adopt(StringBuffer *record) noexcept;
@@ -407,4 +454,54 @@ private:
 
 static_assert(sizeof(String) == sizeof(void *), "records hold strings by value");
 
+namespace detail {
+
+// The text as UTF-8: how many bytes it takes, and into a buffer of that size.
+TAVRIN_API std::size_t utf8Length(const String &text) noexcept;
+TAVRIN_API void copyUtf8(const String &text, char *to) noexcept;
+
+} // namespace detail
+
+inline namespace Literals {
+
+// A String of all the units, u"..."_ts, or of all the bytes, without an encoding, "..."_ts.
+inline String operator""_ts(const char16_t *units, std::size_t count)
+{
+    return std::u16string_view(units, count);
+}
+
+inline String operator""_ts(const char *bytes, std::size_t count)
+{
+    String text;
+    text.append(bytes, static_cast<int>(count));
+    return text;
+}
+
+} // namespace Literals
+
 } // namespace Tavrin
+
+// That of the same text as a std::u16string_view.
+template <>
+struct std::hash<Tavrin::String>
+{
+    std::size_t operator()(const Tavrin::String &text) const noexcept
+    {
+        return std::hash<std::u16string_view>()(text);
+    }
+};
+
+#ifdef __cpp_lib_format
+// As UTF-8, by the rules for std::string_view.
+template <>
+struct std::formatter<Tavrin::String> : std::formatter<std::string_view>
+{
+    template <class Context>
+    auto format(const Tavrin::String &text, Context &context) const
+    {
+        std::string bytes(Tavrin::detail::utf8Length(text), char());
+        Tavrin::detail::copyUtf8(text, bytes.data());
+        return std::formatter<std::string_view>::format(bytes, context);
+    }
+};
+#endif
