@@ -76,6 +76,14 @@ struct ArrayData
     static constexpr unsigned int countMask = 0x3FFF'FFFF;
     static constexpr unsigned int pinnedBit = 0x4000'0000;
 
+    Variant *find(unsigned int index) const noexcept
+    {
+        if (index < dense->used) [[likely]]
+            return dense->items() + index;
+        return index < length && sparse != nullptr ? findSparse(index) : nullptr;
+    }
+    Variant *findSparse(unsigned int index) const noexcept;
+
     bool isPinned() const noexcept { return (refWord & pinnedBit) != 0; }
     bool isShared() const noexcept
     {
@@ -97,8 +105,9 @@ TAVRIN_API extern const ArrayData emptyArray;
 // Cost:    copy O(1); element access O(1); append amortised O(1). The first 1024 elements or so
 //          stand in one block, higher ones cost a block each, and missing ones nothing.
 // Units:   elements, as unsigned 32-bit counts.
-// Failure: reading a missing element gives an undefined value; std::bad_alloc from Heap, and the
-//          array has its old elements then.
+// Failure: reading a missing element gives an undefined value; std::bad_alloc from Heap, also for
+// an
+//          element behind the last index of 32 bits, and the array has its old elements then.
 class TAVRIN_API Array : public BasicArray
 {
 public:
@@ -122,16 +131,16 @@ public:
 
     const Variant &operator[](unsigned int index) const
     {
-        const Variant *element = find(index);
+        const Variant *element = data->find(index);
         return element != nullptr ? *element : missingElement();
     }
     // The element; a missing one is made, and the length grows as needed. A reference to another
-    // element still holds meanwhile, so that `a[9] = a[0]` works. D-163: an element that exists is
-    // not copied first, so writing to it shows in all arrays that share the record; makeUnique
-    // prevents that.
+    // element may still be read then, as `a[9] = a[0]` does. D-163: an element that exists is not
+    // copied first, so writing to it shows in all arrays that share the record; makeUnique prevents
+    // that.
     Variant &operator[](unsigned int index)
     {
-        Variant *element = find(index);
+        Variant *element = data->find(index);
         return element != nullptr ? *element : makeElement(index);
     }
     Variant &safeGet(unsigned int index) { return (*this)[index]; }
@@ -180,33 +189,27 @@ private:
     {
         return const_cast<ArrayData *>(&detail::emptyArray);
     }
-    static int *countOf(ArrayData *record) noexcept
-    {
-        return reinterpret_cast<int *>(&record->refWord);
-    }
     static ArrayData *newReference(ArrayData *record)
     {
         if (record->isPinned()) [[unlikely]]
             return clone(record);
         if (record != emptyRecord())
-            detail::addReference(countOf(record));
+            detail::addReference(reinterpret_cast<int *>(&record->refWord));
         return record;
     }
 
-    Variant *find(unsigned int index) const noexcept
-    {
-        if (index < data->dense->used && index < data->denseLimit) [[likely]]
-            return data->dense->items() + index;
-        return index < data->length ? findSparse(index) : nullptr;
-    }
-    Variant *findSparse(unsigned int index) const noexcept;
     Variant &makeElement(unsigned int index);
+    Variant *placeAtEnd() const;
     Array &append(const Variant &element);
     Array &append(Variant &&element);
 
     static ArrayData *clone(const ArrayData *record);
-    static void dropRecord(ArrayData *record) noexcept;
+    // The one place that ends sharing.
     void unique(unsigned int newLength);
+    void truncate(unsigned int newLength);
+    void shiftUp(unsigned int start, unsigned int count, unsigned int oldLength);
+    struct Removed;
+    void shiftDown(unsigned int start, unsigned int count, Removed &removed);
 
     ArrayData *data;
 };

@@ -324,6 +324,7 @@ protected:
 
 private:
     friend struct detail::VariantAccess;
+    class Released;
 
     static constexpr unsigned holderMask = 0xFE00; // the bits that belong to the holder
     static constexpr unsigned copiedMask = 0x00FF; // those of a source that assignment takes
@@ -374,24 +375,45 @@ private:
     {
         return *std::launder(reinterpret_cast<String *>(textStorage));
     }
-    void makeText(const String &string) noexcept
+    // Only where there is no text yet.
+    void makeText(const String &string) const noexcept
     {
         try {
             ::new (static_cast<void *>(textStorage)) String(string);
         } catch (const std::bad_alloc &) { // a pinned text is copied
         }
     }
+    const String &ownText() const noexcept;
+    bool hasCurrentText() const noexcept;
+    void assignText(const String &string) const noexcept;
+    void dropText() const noexcept;
+    template <class Text>
+    void setText(const Text &text);
+
+    // For a value that has neither a payload nor the bit of a holder.
     void copyPayload(const Variant &other) noexcept
     {
-        if (other.type != kString)
-            return assign(other);
-        type = kString;
-        if (other.hasText())
+        if (other.type == kString && other.hasText()) {
+            type = kString;
             makeText(other.textSlot());
+        } else {
+            copyFrom(other);
+        }
     }
-    void movePayload(Variant &other) noexcept { moveFrom(other); }
+    void copyFrom(const Variant &other) noexcept;
+    void movePayload(Variant &other) noexcept;
+
     void assign(const Variant &other);
     void moveFrom(Variant &other);
+    void takeString(const Variant &other) noexcept;
+    void takeFrom(Variant &other);
+    void adopt(Variant &fresh);
+
+    unsigned knownAttrs() const noexcept;
+    bool hasNumAttr(unsigned bit) const;
+
+    bool isSameObject(const Variant &other) const;
+    bool hasEqualArray(const Variant &other) const;
 
     Payload value;
     int objectID = 0; // the tag of a live object, the id of an unassigned object

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -163,6 +164,8 @@ void ContextState::dropMemory()
 {
     Heap::operator delete(std::exchange(scratch, nullptr));
     scratchSize = 0;
+    std::destroy_at(&fallbackVariant);
+    std::construct_at(&fallbackVariant);
     cache.flush();
     cacheSize = 0;
     cache.setLimits(0);

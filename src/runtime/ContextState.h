@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include <tavrin/Context.h>
+#include <tavrin/Variant.h> // the element that is missing, by value
 
 #include "runtime/BlockCache.h"
 #include "runtime/ProcessState.h"
@@ -16,6 +17,7 @@ namespace Tavrin::detail {
 struct ContextState : Context
 {
     char *scratch = nullptr;     // from Heap; see growScratch
+    Variant fallbackVariant;     // what BasicArray reads for a missing element
     std::int64_t timerMark = 0;  // last high-resolution time that a stopwatch reading saw
     int scratchSize = 0;         // bytes in scratch
     int encodedLength = 0;       // bytes of the last encoding of a String

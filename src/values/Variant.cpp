@@ -1,0 +1,429 @@
+// SPDX-License-Identifier: MIT
+// Storage, ownership and what is known about a value.
+//
+// A value has a slot for its payload, one for its script object and one for its text. A slot that
+// the kind does not use is zero, but for the text, which stays as a cache. Whatever releases a
+// payload has made the value whole before: the release may run code of a script that looks at it,
+// and what is assigned may be part of what is released. So a new payload is complete before the old
+// one goes.
+// Pinned by tests/values/VariantTest.cpp, VariantAssignmentTest.cpp and VariantNumberTest.cpp.
+#include <tavrin/Variant.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+
+#include <tavrin/Array.h>
+#include <tavrin/Geometry.h>
+#include <tvscript/Object.h>
+
+#include "runtime/OnHeap.h"
+#include "values/ErrorCodes.h"
+#include "values/ScriptObject.h"
+#include "values/VariantAccess.h"
+#include "values/VariantTypeNames.h"
+
+namespace Tavrin {
+
+using detail::copyOrNull;
+
+namespace detail {
+
+const char *const variantTypeNames[] = {
+    "undefined", "null", "boolean", "number",   "string", "Object",    "Object",
+    "point",     "rect", "array",   "filespec", "regexp", "unitvalue", nullptr,
+};
+static_assert(std::size(variantTypeNames) == kUnitValue + 2);
+
+} // namespace detail
+
+namespace {
+
+// The one class of a double.
+unsigned classify(double number) noexcept
+{
+    if (std::isnan(number))
+        return Variant::NUM_NAN;
+    if (std::isinf(number))
+        return number < 0 ? Variant::NUM_NEGINF : Variant::NUM_POSINF;
+    if (number == 0 && std::signbit(number))
+        return Variant::NUM_MINUS0;
+    return Variant::NUM_FINITE;
+}
+
+constexpr unsigned finiteMask =
+    Variant::NUM_FINITE | Variant::NUM_INTEGER | Variant::NUM_UINTEGER | Variant::NUM_MINUS0;
+constexpr unsigned knownMask = Variant::NUM_ATTRS_SET - 1U;
+constexpr unsigned minus0Attrs = finiteMask | Variant::NUM_ATTRS_SET;
+
+// All that is known about a double.
+unsigned describe(double number) noexcept
+{
+    const unsigned numberClass = classify(number) | Variant::NUM_ATTRS_SET;
+    if (numberClass == (Variant::NUM_MINUS0 | Variant::NUM_ATTRS_SET))
+        return minus0Attrs;
+    if ((numberClass & Variant::NUM_FINITE) == 0 || std::trunc(number) != number)
+        return numberClass;
+    if (number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max())
+        return numberClass | Variant::NUM_INTEGER | (number >= 0 ? Variant::NUM_UINTEGER : 0U);
+    if (number >= 0 && number <= std::numeric_limits<unsigned>::max())
+        return numberClass | Variant::NUM_UINTEGER;
+    return numberClass;
+}
+
+// How a value lies with respect to an inclusive range.
+template <class Number>
+int checkRange(Number value, Number lo, Number hi)
+{
+    return value >= lo && value <= hi ? 0 : detail::errorOutOfRange;
+}
+
+} // namespace
+
+// What a value held, once it does not hold it any more: the end of it releases.
+class Variant::Released
+{
+public:
+    explicit Released(Variant &from) noexcept
+        : type(from.type), isHard(from.isHardRef()), value(from.value), jsObject(from.jsObject)
+    {
+        from.type = kUndefined;
+        from.value.bits = 0;
+        from.jsObject = nullptr;
+        if (jsObject != nullptr && isHard)
+            detail::dropHardHolder(*jsObject);
+    }
+    Released(const Released &) = delete;
+    Released &operator=(const Released &) = delete;
+    ~Released()
+    {
+        switch (type) {
+        case kObject:
+            if (jsObject != nullptr)
+                detail::dropObject(*jsObject);
+            break;
+        case kPoint:
+            detail::deleteOnHeap(value.point);
+            break;
+        case kRect:
+            detail::deleteOnHeap(value.rect);
+            break;
+        case kArray:
+            detail::deleteOnHeap(value.array);
+            break;
+        default:
+            break;
+        }
+    }
+
+private:
+    VariantType type;
+    bool isHard;
+    Payload value;
+    TvScript::Object *jsObject;
+};
+
+void Variant::doErase() noexcept
+{
+    attrs &= holderMask;
+    const Released released(*this);
+}
+
+// Between kinds below kObject, or for a value that has no payload.
+void Variant::takeString(const Variant &other) noexcept
+{
+    takePlain(other);
+    if (!other.hasText())
+        dropText();
+    else if (hasText())
+        assignText(other.textSlot());
+    else
+        makeText(other.textSlot());
+}
+
+// Makes a value that has neither payload nor holder bits a copy of `other`.
+void Variant::copyFrom(const Variant &other) noexcept
+{
+    switch (other.type) {
+    case kString:
+        takeString(other);
+        return;
+    case kObject:
+        jsObject = other.jsObject;
+        if (jsObject != nullptr) {
+            detail::addObject(*jsObject);
+        } else {
+            takeString(other);
+            objectID = other.objectID;
+        }
+        break;
+    case kPoint:
+        value.point = other.value.point != nullptr ? copyOrNull(*other.value.point) : nullptr;
+        break;
+    case kRect:
+        value.rect = other.value.rect != nullptr ? copyOrNull(*other.value.rect) : nullptr;
+        break;
+    case kArray:
+        value.array = other.value.array != nullptr ? copyOrNull(*other.value.array) : nullptr;
+        break;
+    case kRegExp: // D-153
+        break;
+    default:
+        takePlain(other);
+        return;
+    }
+    type = other.type;
+    takeAttrs(other);
+}
+
+void Variant::movePayload(Variant &other) noexcept
+{
+    if (other.type == kRegExp) // D-153
+        copyFrom(other);
+    else
+        adopt(other);
+}
+
+void Variant::assign(const Variant &other)
+{
+    if (type < kObject && other.type < kObject) {
+        if (other.type == kString)
+            takeString(other);
+        else
+            takePlain(other);
+    } else if (this != &other) {
+        Variant fresh;
+        fresh.copyFrom(other);
+        adopt(fresh);
+    }
+}
+
+// Takes over what `fresh` holds, which becomes undefined.
+void Variant::adopt(Variant &fresh)
+{
+    const Released released(*this);
+    const bool hasOwnText = fresh.type == kString || (fresh.type == kObject && !fresh.jsObject);
+    if (fresh.jsObject != nullptr) {
+        if (fresh.isHardRef())
+            detail::dropHardHolder(*fresh.jsObject);
+        if (isHardRef())
+            detail::addHardHolder(*fresh.jsObject);
+    }
+    takePlain(fresh);
+    objectID = fresh.objectID;
+    jsObject = std::exchange(fresh.jsObject, nullptr);
+    fresh.type = kUndefined;
+    fresh.value.bits = 0;
+    if (hasOwnText)
+        std::swap(textStorage, fresh.textStorage);
+}
+
+void Variant::moveFrom(Variant &other)
+{
+    if (other.type == kRegExp || this == &other) // D-153
+        assign(other);
+    else
+        takeFrom(other);
+}
+
+void Variant::takeFrom(Variant &other)
+{
+    if (type < kObject && other.type < kObject) {
+        takePlain(other);
+        other.type = kUndefined;
+        if (type == kString)
+            std::swap(textStorage, other.textStorage);
+        return;
+    }
+    Variant fresh; // `other` may be part of what this value holds
+    fresh.adopt(other);
+    adopt(fresh);
+}
+
+void Variant::setNaN()
+{
+    begin(kNumber, NUM_ATTRS_SET | NUM_NAN);
+    value.number = std::numeric_limits<double>::quiet_NaN();
+}
+
+void Variant::setPosInfinity()
+{
+    begin(kNumber, NUM_ATTRS_SET | NUM_POSINF);
+    value.number = std::numeric_limits<double>::infinity();
+}
+
+void Variant::setNegInfinity()
+{
+    begin(kNumber, NUM_ATTRS_SET | NUM_NEGINF);
+    value.number = -std::numeric_limits<double>::infinity();
+}
+
+void Variant::setMinus0()
+{
+    begin(kNumber, minus0Attrs);
+    value.number = -0.0;
+}
+
+// The text may be that of this value, or of a part of its payload.
+template <class Text>
+void Variant::setText(const Text &text)
+{
+    try {
+        if (type < kObject && hasText()) {
+            textSlot() = text;
+            begin(kString);
+        } else {
+            String fresh(text);
+            begin(kString);
+            if (hasText())
+                textSlot() = std::move(fresh);
+            else
+                ::new (static_cast<void *>(textStorage)) String(std::move(fresh));
+        }
+    } catch (const std::bad_alloc &) {
+        begin(kString);
+        dropText();
+    }
+}
+
+void Variant::setString(const String &string)
+{
+    setText(string);
+}
+
+void Variant::setString(const char *bytes)
+{
+    setText(bytes);
+}
+
+void Variant::setString(const unsigned short *units)
+{
+    setText(units);
+}
+
+void Variant::setPoint(const Point &point)
+{
+    Point *fresh = copyOrNull(point);
+    begin(kPoint);
+    value.point = fresh;
+}
+
+void Variant::setRect(const Rect &rect)
+{
+    Rect *fresh = copyOrNull(rect);
+    begin(kRect);
+    value.rect = fresh;
+}
+
+void Variant::setArray(const Array &array)
+{
+    Array *fresh = copyOrNull(array);
+    begin(kArray);
+    value.array = fresh;
+}
+
+void Variant::setNumAttrs() const
+{
+    if (type == kNumber && (attrs & NUM_ATTRS_SET) == 0)
+        attrs = static_cast<unsigned short>((attrs & (holderMask | TEXT_VALID)) |
+                                            describe(value.number));
+}
+
+void Variant::doSetNumAttrs() const noexcept
+{
+    attrs = static_cast<unsigned short>((attrs & holderMask) | classify(value.number));
+}
+
+// The bits of a number, classified at least.
+unsigned Variant::knownAttrs() const noexcept
+{
+    if ((attrs & knownMask) == 0)
+        doSetNumAttrs();
+    return attrs;
+}
+
+bool Variant::isNaN() const
+{
+    return type == kNumber ? (knownAttrs() & NUM_NAN) != 0 : doIsNaN();
+}
+
+bool Variant::isFinite() const
+{
+    return type == kNumber ? (knownAttrs() & finiteMask) != 0 : doIsFinite();
+}
+
+bool Variant::isMinus0() const
+{
+    return type == kNumber ? (knownAttrs() & NUM_MINUS0) != 0 : doIsMinus0();
+}
+
+bool Variant::doIsNaN() const
+{
+    return classify(doGetDouble()) == NUM_NAN;
+}
+
+bool Variant::doIsFinite() const
+{
+    return (classify(doGetDouble()) & finiteMask) != 0;
+}
+
+bool Variant::doIsMinus0() const
+{
+    return classify(doGetDouble()) == NUM_MINUS0;
+}
+
+// D-154: the bit of a hard holder stands in the same word, and looks like knowledge of the number.
+bool Variant::hasNumAttr(unsigned bit) const
+{
+    if (type != kNumber)
+        return false;
+    if (attrs < NUM_ATTRS_SET)
+        setNumAttrs();
+    return (attrs & bit) != 0;
+}
+
+bool Variant::isInteger() const
+{
+    return hasNumAttr(NUM_INTEGER);
+}
+
+bool Variant::isUInteger() const
+{
+    return hasNumAttr(NUM_UINTEGER);
+}
+
+int Variant::validate(int lo, int hi) const
+{
+    return isInteger() ? checkRange<double>(value.number, lo, hi) : detail::errorTypeMismatch;
+}
+
+int Variant::validate(unsigned int lo, unsigned int hi) const
+{
+    return isUInteger() ? checkRange<double>(value.number, lo, hi) : detail::errorTypeMismatch;
+}
+
+int Variant::validate(double lo, double hi) const
+{
+    return type == kNumber ? checkRange(value.number, lo, hi) : detail::errorTypeMismatch;
+}
+
+int Variant::validate(VariantType kind) const
+{
+    return getDataType() == kind ? 0 : detail::errorTypeMismatch;
+}
+
+Array *Variant::getArray() const
+{
+    return type == kArray ? value.array : nullptr;
+}
+
+bool Variant::getArray(Array &out) const
+{
+    const Array *array = getArray();
+    if (array == nullptr)
+        return false;
+    out = *array;
+    return true;
+}
+
+} // namespace Tavrin

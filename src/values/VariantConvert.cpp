@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: MIT
+// From one kind of value to another.
+// Pinned by tests/values/VariantConvertTest.cpp, which runs every kind against every other one.
+#include <cmath>
+#include <initializer_list>
+#include <limits>
+#include <new>
+
+#include <tavrin/Array.h>
+#include <tavrin/Geometry.h>
+#include <tavrin/Variant.h>
+
+#include "text/NumberText.h"
+#include "values/ScriptObject.h"
+#include "values/Truncation.h"
+
+namespace Tavrin {
+
+namespace {
+
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+
+// The language that literals in the text of a value are in.
+constexpr int defaultLanguage = 0x10000;
+
+double coordinate(const Array &array, unsigned index)
+{
+    return array[index].getInteger();
+}
+
+Point pointFrom(const Array *array)
+{
+    if (array == nullptr)
+        return {};
+    return {coordinate(*array, 0), coordinate(*array, 1)};
+}
+
+Rect rectFrom(const Array *array)
+{
+    if (array == nullptr)
+        return {};
+    return {coordinate(*array, 0), coordinate(*array, 1), coordinate(*array, 2),
+            coordinate(*array, 3)};
+}
+
+Array arrayFrom(std::initializer_list<double> numbers)
+{
+    Array array;
+    for (const double number : numbers)
+        array += number;
+    return array;
+}
+
+// The elements that the value falls into, or those that its text lists.
+Array elementsOf(const Variant &variant)
+{
+    Array elements;
+    if (const Point *point = variant.getPoint())
+        elements = arrayFrom({point->x, point->y});
+    else if (const Rect *rect = variant.getRect())
+        elements = arrayFrom({rect->left, rect->top, rect->right, rect->bottom});
+    else if (variant.isDefined())
+        elements.parse(variant.getString(), defaultLanguage);
+    return elements;
+}
+
+} // namespace
+
+bool Variant::getBool() const
+{
+    switch (type) {
+    case kBoolean:
+        return value.flag;
+    case kNumber:
+        return value.number != 0 && !std::isnan(value.number);
+    case kString:
+        return ownText().length() > 0;
+    case kObject:
+        return true;
+    default: // whether the text form is "true", which it never is
+        return false;
+    }
+}
+
+double Variant::doGetDouble() const
+{
+    switch (type) {
+    case kNull:
+        return 0;
+    case kBoolean:
+        return value.flag ? 1 : 0;
+    case kNumber:
+        return value.number;
+    case kString:
+        return scanDouble(ownText(), detail::conversionFlags, nullptr);
+    case kObject: {
+        if (jsObject == nullptr)
+            return objectID;
+        const Variant holder(*this);
+        Variant primitive;
+        if (detail::primitiveOf(*holder.jsObject, 0, primitive))
+            return primitive.getDouble();
+        return detail::idOf(*holder.jsObject);
+    }
+    default:
+        return notANumber;
+    }
+}
+
+unsigned int Variant::getUInteger() const
+{
+    if (type == kObject)
+        return static_cast<unsigned>(jsObject != nullptr ? detail::idOf(*jsObject) : objectID);
+    setNumAttrs();
+    return detail::wrapTo32(getDouble());
+}
+
+int Variant::getInteger(int lo, int hi) const
+{
+    if (type == kObject)
+        return getInteger();
+    const double number = getDouble();
+    int whole = 0;
+    if (std::isinf(number))
+        whole = number > 0 ? std::numeric_limits<int>::max() : std::numeric_limits<int>::min();
+    else if (!std::isnan(number))
+        whole = detail::truncateTo32(number);
+    if (whole < lo)
+        return lo;
+    return whole > hi ? hi : whole;
+}
+
+void Variant::convert(VariantType to)
+{
+    if (to == type)
+        return;
+    Variant converted;
+    switch (to) {
+    case kUndefined:
+        break;
+    case kBoolean:
+        converted.setBool(getBool());
+        break;
+    case kNumber:
+        converted.setDouble(doGetDouble());
+        break;
+    case kString:
+        converted.setString(getString());
+        break;
+    case kPoint:
+        converted.setPoint(pointFrom(getArray()));
+        break;
+    case kRect:
+        converted.setRect(rectFrom(getArray()));
+        break;
+    case kArray:
+        try {
+            converted.setArray(elementsOf(*this));
+        } catch (const std::bad_alloc &) { // as a copy without memory
+            converted.begin(kArray);
+        }
+        break;
+    default: // no other kind can be made from a value
+        converted.setNull();
+        break;
+    }
+    adopt(converted);
+}
+
+} // namespace Tavrin
