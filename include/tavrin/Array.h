@@ -82,7 +82,7 @@ struct ArrayData
             return dense->items() + index;
         return index < length && sparse != nullptr ? findSparse(index) : nullptr;
     }
-    Variant *findSparse(unsigned int index) const noexcept;
+    TAVRIN_API Variant *findSparse(unsigned int index) const noexcept;
 
     bool isPinned() const noexcept { return (refWord & pinnedBit) != 0; }
     bool isShared() const noexcept

@@ -32,8 +32,22 @@ template <class T>
 class THashTable;
 
 namespace detail {
+
 struct VariantAccess;
-}
+
+// The slots of a Variant that most values leave at zero.
+struct VariantSlots
+{
+    TvScript::Object *jsObject;
+    // A String, once there has been one: the value of a string, the class name of an unassigned
+    // object, else the last text. Zero bytes mean that there is none.
+    alignas(String) mutable std::byte textStorage[sizeof(String)];
+
+    // In one store of 16 bytes.
+    void clear() noexcept { std::memset(this, 0, sizeof *this); }
+};
+
+} // namespace detail
 
 // The kinds of value. The order is fixed: kinds from kObject on have a payload to release.
 enum VariantType : unsigned short
@@ -64,45 +78,41 @@ enum VariantType : unsigned short
 // Failure: never throws. Without memory, a payload stays null, and then reads as an empty one. A
 //          getter that does not fit the kind converts or answers null.
 // All bytes zero is a valid, undefined value without text.
-class TAVRIN_API Variant
+class TAVRIN_API Variant : detail::VariantSlots
 {
 public:
-    Variant() noexcept = default;
-    Variant(bool flag) noexcept : type(kBoolean) { value.flag = flag; }
-    Variant(int number) noexcept : type(kNumber), attrs(NUM_INTEGER) { value.number = number; }
-    Variant(double number) noexcept : type(kNumber) { value.number = number; }
+    constexpr Variant() noexcept : detail::VariantSlots{} {}
+    Variant(bool flag) noexcept : Variant(kBoolean, 0) { value.bits = flag; }
+    Variant(int number) noexcept : Variant(kNumber, NUM_INTEGER) { value.number = number; }
+    Variant(double number) noexcept : Variant(kNumber, 0) { value.number = number; }
     // Any other integer, as the nearest double.
     template <std::integral Integer>
     Variant(Integer number) noexcept : Variant(static_cast<double>(number))
     {}
-    Variant(const String &string) noexcept : type(kString) { makeText(string); }
-    Variant(const char *bytes) noexcept { setString(bytes); }
-    Variant(const unsigned short *units) noexcept { setString(units); }
-    Variant(const Point &point) noexcept { setPoint(point); }
-    Variant(const Rect &rect) noexcept { setRect(rect); }
-    Variant(const Array &array) noexcept { setArray(array); }
+    Variant(const String &string) noexcept : Variant(kString, 0) { makeText(string); }
+    Variant(const char *bytes) noexcept : Variant() { setString(bytes); }
+    Variant(const unsigned short *units) noexcept : Variant() { setString(units); }
+    Variant(const Point &point) noexcept : Variant() { setPoint(point); }
+    Variant(const Rect &rect) noexcept : Variant() { setRect(rect); }
+    Variant(const Array &array) noexcept;
     // A script object that the interpreter has not made yet: see setObject.
-    Variant(int id, const String &className, Root *data) noexcept
+    Variant(int id, const String &className, Root *data) noexcept : Variant()
     {
         setObject(id, className, data);
     }
-    Variant(const Variant &other) noexcept
+    Variant(const Variant &other) noexcept : Variant(other, PlainPart())
     {
-        if (other.type < kString) [[likely]]
-            takePlain(other);
-        else
+        if (other.type >= kString) [[unlikely]]
             copyPayload(other);
     }
     // As copying does; `other` may have lost its value then.
-    Variant(Variant &&other) noexcept
+    Variant(Variant &&other) noexcept : Variant(other, PlainPart())
     {
-        if (other.type < kString) [[likely]]
-            takePlain(other);
-        else
+        if (other.type >= kString) [[unlikely]]
             movePayload(other);
     }
     // A copy; a null pointer gives undefined.
-    Variant(const Variant *other) noexcept
+    Variant(const Variant *other) noexcept : Variant()
     {
         if (other != nullptr)
             *this = *other;
@@ -113,14 +123,11 @@ public:
     Variant(Function *) = delete;
     ~Variant()
     {
-        if (type >= kObject) [[unlikely]]
-            doErase();
-        if (hasText())
-            textSlot().~String();
+        if (type >= kObject || hasText()) [[unlikely]]
+            destroyPayload();
     }
 
     // Assignment keeps what setHardRef set on this value, and does not take it from the source.
-    // D-153: of a regular expression only the kind is assigned.
     Variant &operator=(const Variant &other)
     {
         if (type < kString && other.type < kString) [[likely]]
@@ -228,8 +235,7 @@ public:
     // Turns this value into one of the other kind; what cannot be turned becomes null or empty.
     void convert(VariantType to);
 
-    // Values of different kinds are different. D-158: NaN equals nothing, and any two regular
-    // expressions are equal.
+    // Values of different kinds are different: 1 is not "1". NaN equals nothing.
     bool operator==(const Variant &other) const;
     // Negative, 0, positive, or `unordered` if a NaN is among them.
     // D-159: operator< is the same, a number and not a truth value.
@@ -247,7 +253,7 @@ public:
     void setBool(bool flag)
     {
         begin(kBoolean);
-        value.flag = flag;
+        value.bits = flag;
     }
     void setDouble(double number)
     {
@@ -331,8 +337,7 @@ private:
 
     union Payload
     {
-        std::uint64_t bits = 0;
-        bool flag;
+        std::uint64_t bits; // of a boolean, 0 or 1
         double number;
         Root *data; // of an unassigned object
         LiveObject *liveObject;
@@ -343,6 +348,21 @@ private:
         RegExp *regExp;
         UnitValue *unitValue;
     };
+
+    // With a value that the caller sets.
+    Variant(VariantType kind, unsigned bits) noexcept
+        : objectID(0), type(kind), attrs(static_cast<std::uint16_t>(bits))
+    {
+        clear();
+    }
+    struct PlainPart
+    {};
+    // All of a value of a kind below kString.
+    Variant(const Variant &other, PlainPart) noexcept
+        : value(other.value), objectID(0), type(other.type), attrs(other.attrs & copiedMask)
+    {
+        clear();
+    }
 
     // Releases what a payload kind holds and becomes `kind`, with a value of zero.
     void begin(VariantType kind, unsigned bits = 0)
@@ -390,23 +410,14 @@ private:
     template <class Text>
     void setText(const Text &text);
 
-    // For a value that has neither a payload nor the bit of a holder.
-    void copyPayload(const Variant &other) noexcept
-    {
-        if (other.type == kString && other.hasText()) {
-            type = kString;
-            makeText(other.textSlot());
-        } else {
-            copyFrom(other);
-        }
-    }
-    void copyFrom(const Variant &other) noexcept;
+    // Complete the plain part of `other`, which is of kString or above.
+    void copyPayload(const Variant &other) noexcept;
     void movePayload(Variant &other) noexcept;
+    void destroyPayload() noexcept;
 
     void assign(const Variant &other);
     void moveFrom(Variant &other);
     void takeString(const Variant &other) noexcept;
-    void takeFrom(Variant &other);
     void adopt(Variant &fresh);
 
     unsigned knownAttrs() const noexcept;
@@ -415,14 +426,10 @@ private:
     bool isSameObject(const Variant &other) const;
     bool hasEqualArray(const Variant &other) const;
 
-    Payload value;
+    Payload value{};
     int objectID = 0; // the tag of a live object, the id of an unassigned object
     VariantType type = kUndefined;
     mutable std::uint16_t attrs = 0;
-    TvScript::Object *jsObject = nullptr;
-    // A String, once there has been one: the value of a string, the class name of an unassigned
-    // object, else the last text. Zero bytes mean that there is none.
-    alignas(String) mutable std::byte textStorage[sizeof(String)] = {};
 };
 static_assert(sizeof(Variant) == 32, "a block of eight elements has to fit the block cache");
 

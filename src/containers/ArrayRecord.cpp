@@ -72,14 +72,9 @@ constinit EmptyBlock emptyBlock;
 
 constexpr unsigned neverDropped = 2;
 
-// Takes a reference from a record. A record without any is put in front of the list.
-void dropInto(ArrayData *&doomed, ArrayData *record) noexcept
+// Puts a record that no one refers to in front of the list.
+void enlist(ArrayData *&doomed, ArrayData *record) noexcept
 {
-    if (record == emptyRecord())
-        return;
-    const auto word = static_cast<unsigned>(dropReference(countOf(record)));
-    if ((word & ArrayData::countMask) != 0)
-        return;
     Heap::operator delete(record->link);
     record->link = doomed;
     doomed = record;
@@ -92,7 +87,8 @@ void destroyElement(Variant &element, ArrayData *&doomed) noexcept
         Array *array = VariantAccess::takeArray(element);
         ArrayData *record = ArrayAccess::exchangeRecord(*array, emptyRecord());
         delete array;
-        dropInto(doomed, record);
+        if (isLastDropped(record))
+            enlist(doomed, record);
     }
     element.~Variant();
 }
@@ -288,10 +284,10 @@ ArrayData *cloneRecord(const ArrayData &record, unsigned length)
     return Cloning().run(record, length);
 }
 
-void dropRecord(ArrayData *record) noexcept
+void destroyRecord(ArrayData *record) noexcept
 {
     ArrayData *doomed = nullptr;
-    dropInto(doomed, record);
+    enlist(doomed, record);
     while (doomed != nullptr) {
         record = doomed;
         doomed = static_cast<ArrayData *>(record->link);

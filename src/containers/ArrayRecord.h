@@ -36,13 +36,28 @@ inline int *countOf(ArrayData *record)
     return reinterpret_cast<int *>(&record->refWord);
 }
 
-// Take and give up one reference, also to a pinned record. The last one destroys the elements.
+// Take and give up one reference, also to a pinned record.
 inline void holdRecord(ArrayData *record)
 {
     if (record != emptyRecord())
         addReference(countOf(record));
 }
-void dropRecord(ArrayData *record) noexcept;
+// True if it was the last one. A sole owner needs no atomic operation.
+inline bool isLastDropped(ArrayData *record) noexcept
+{
+    if (record == emptyRecord())
+        return false;
+    if (!record->isShared())
+        return true;
+    return (static_cast<unsigned>(dropReference(countOf(record))) & ArrayData::countMask) == 0;
+}
+// Destroys the elements and the record.
+void destroyRecord(ArrayData *record) noexcept;
+inline void dropRecord(ArrayData *record) noexcept
+{
+    if (isLastDropped(record))
+        destroyRecord(record);
+}
 
 // A record with one reference for `length` elements, none of which is there yet.
 ArrayData *newRecord(unsigned length);

@@ -17,6 +17,8 @@
 #include <tavrin/Geometry.h>
 #include <tvscript/Object.h>
 
+#include "containers/ArrayRecord.h"
+#include "runtime/HeapInline.h"
 #include "runtime/OnHeap.h"
 #include "values/ErrorCodes.h"
 #include "values/ScriptObject.h"
@@ -71,6 +73,27 @@ unsigned describe(double number) noexcept
     return numberClass;
 }
 
+// The payload of array values, which are copied all the time.
+Array *newArray(const Array &source) noexcept
+{
+    void *storage = nullptr;
+    try {
+        storage = detail::allocate(sizeof(Array));
+        return ::new (storage) Array(source);
+    } catch (const std::bad_alloc &) {
+        detail::release(storage);
+        return nullptr;
+    }
+}
+
+void deleteArray(Array *array) noexcept
+{
+    if (array == nullptr)
+        return;
+    detail::dropRecord(detail::ArrayAccess::record(*array));
+    detail::release(array); // there is nothing else to destroy
+}
+
 // How a value lies with respect to an inclusive range.
 template <class Number>
 int checkRange(Number value, Number lo, Number hi)
@@ -109,7 +132,7 @@ public:
             detail::deleteOnHeap(value.rect);
             break;
         case kArray:
-            detail::deleteOnHeap(value.array);
+            deleteArray(value.array);
             break;
         default:
             break;
@@ -129,7 +152,7 @@ void Variant::doErase() noexcept
     const Released released(*this);
 }
 
-// Between kinds below kObject, or for a value that has no payload.
+// A string, from a kind below kObject.
 void Variant::takeString(const Variant &other) noexcept
 {
     takePlain(other);
@@ -141,20 +164,26 @@ void Variant::takeString(const Variant &other) noexcept
         makeText(other.textSlot());
 }
 
-// Makes a value that has neither payload nor holder bits a copy of `other`.
-void Variant::copyFrom(const Variant &other) noexcept
+Variant::Variant(const Array &array) noexcept : Variant(kArray, 0)
 {
-    switch (other.type) {
+    value.array = newArray(array);
+}
+
+void Variant::copyPayload(const Variant &other) noexcept
+{
+    switch (type) {
     case kString:
-        takeString(other);
-        return;
+        if (other.hasText())
+            makeText(other.textSlot());
+        break;
     case kObject:
         jsObject = other.jsObject;
         if (jsObject != nullptr) {
             detail::addObject(*jsObject);
         } else {
-            takeString(other);
             objectID = other.objectID;
+            if (other.hasText())
+                makeText(other.textSlot());
         }
         break;
     case kPoint:
@@ -164,24 +193,28 @@ void Variant::copyFrom(const Variant &other) noexcept
         value.rect = other.value.rect != nullptr ? copyOrNull(*other.value.rect) : nullptr;
         break;
     case kArray:
-        value.array = other.value.array != nullptr ? copyOrNull(*other.value.array) : nullptr;
-        break;
-    case kRegExp: // D-153
+        value.array = other.value.array != nullptr ? newArray(*other.value.array) : nullptr;
         break;
     default:
-        takePlain(other);
-        return;
+        value.bits = 0;
+        break;
     }
-    type = other.type;
-    takeAttrs(other);
 }
 
 void Variant::movePayload(Variant &other) noexcept
 {
-    if (other.type == kRegExp) // D-153
-        copyFrom(other);
-    else
-        adopt(other);
+    type = kUndefined;
+    adopt(other);
+}
+
+void Variant::destroyPayload() noexcept
+{
+    if (type == kArray)
+        deleteArray(value.array);
+    else if (type >= kObject)
+        doErase();
+    if (hasText())
+        textSlot().~String();
 }
 
 void Variant::assign(const Variant &other)
@@ -192,8 +225,21 @@ void Variant::assign(const Variant &other)
         else
             takePlain(other);
     } else if (this != &other) {
-        Variant fresh;
-        fresh.copyFrom(other);
+        Variant fresh(other); // which may be part of what this value holds
+        adopt(fresh);
+    }
+}
+
+void Variant::moveFrom(Variant &other)
+{
+    if (type < kObject && other.type < kObject) {
+        takePlain(other);
+        if (type == kString && this != &other) {
+            std::swap(textStorage, other.textStorage);
+            other.type = kUndefined;
+        }
+    } else if (this != &other) {
+        Variant fresh(std::move(other)); // which may be part of what this value holds
         adopt(fresh);
     }
 }
@@ -216,28 +262,6 @@ void Variant::adopt(Variant &fresh)
     fresh.value.bits = 0;
     if (hasOwnText)
         std::swap(textStorage, fresh.textStorage);
-}
-
-void Variant::moveFrom(Variant &other)
-{
-    if (other.type == kRegExp || this == &other) // D-153
-        assign(other);
-    else
-        takeFrom(other);
-}
-
-void Variant::takeFrom(Variant &other)
-{
-    if (type < kObject && other.type < kObject) {
-        takePlain(other);
-        other.type = kUndefined;
-        if (type == kString)
-            std::swap(textStorage, other.textStorage);
-        return;
-    }
-    Variant fresh; // `other` may be part of what this value holds
-    fresh.adopt(other);
-    adopt(fresh);
 }
 
 void Variant::setNaN()
@@ -317,7 +341,7 @@ void Variant::setRect(const Rect &rect)
 
 void Variant::setArray(const Array &array)
 {
-    Array *fresh = copyOrNull(array);
+    Array *fresh = newArray(array);
     begin(kArray);
     value.array = fresh;
 }

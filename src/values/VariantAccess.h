@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <new>
+#include <utility>
 
 #include <tavrin/Variant.h>
 
@@ -44,14 +45,10 @@ struct VariantAccess
         return array;
     }
 
-    // Moves an element of a list to another place of it. Other than assignment, it takes the
-    // expression of a regular expression along.
+    // Moves an element of a list to another place of it, where nothing is left behind.
     static void relocate(Variant &to, Variant &from)
     {
-        if (to.type < kString && from.type < kString)
-            to.takePlain(from);
-        else
-            to.takeFrom(from);
+        to = std::move(from);
         from.erase();
     }
 

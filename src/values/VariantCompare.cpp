@@ -41,7 +41,7 @@ bool Variant::operator==(const Variant &other) const
         return false;
     switch (type) {
     case kBoolean:
-        return value.flag == other.value.flag;
+        return value.bits == other.value.bits;
     case kNumber:
         return value.number == other.value.number;
     case kString:
@@ -54,7 +54,7 @@ bool Variant::operator==(const Variant &other) const
         return areEqual(value.rect, other.value.rect);
     case kArray:
         return hasEqualArray(other);
-    default: // D-158
+    default:
         return true;
     }
 }
@@ -89,7 +89,7 @@ int Variant::compare(const Variant &other) const
         case kNull:
             return 0;
         case kBoolean:
-            return (value.flag ? 1 : 0) - (other.value.flag ? 1 : 0);
+            return static_cast<int>(value.bits) - static_cast<int>(other.value.bits);
         case kString:
             return ownText().cmp(other.ownText());
         case kPoint:

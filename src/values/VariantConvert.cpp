@@ -70,7 +70,7 @@ bool Variant::getBool() const
 {
     switch (type) {
     case kBoolean:
-        return value.flag;
+        return value.bits != 0;
     case kNumber:
         return value.number != 0 && !std::isnan(value.number);
     case kString:
@@ -88,7 +88,7 @@ double Variant::doGetDouble() const
     case kNull:
         return 0;
     case kBoolean:
-        return value.flag ? 1 : 0;
+        return value.bits != 0 ? 1 : 0;
     case kNumber:
         return value.number;
     case kString:

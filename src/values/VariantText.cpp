@@ -80,7 +80,7 @@ void VariantAccess::writeText(const Variant &variant, int radix, String &out)
         out = "null";
         break;
     case kBoolean:
-        out = variant.value.flag ? "true" : "false";
+        out = variant.value.bits != 0 ? "true" : "false";
         break;
     case kNumber:
         if ((variant.attrs & Variant::TEXT_VALID) != 0)
