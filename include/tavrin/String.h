@@ -21,6 +21,7 @@
 
 namespace Tavrin {
 
+class Array;
 class Encoder;
 class String;
 
@@ -357,6 +358,8 @@ public:
         kLF = 3,
     };
     int convertLF(CRLFEncoding encoding);
+    // Makes the text Localizer::localize of itself: resolves a key, and fills in the arguments.
+    void localize(const Array *args);
 
     // Replace the text by what the bytes stand for; null is empty, a negative count means up to the
     // 0. The result is 0 or the encoder's code. With a code the string holds what was converted up

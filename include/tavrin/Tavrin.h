@@ -10,6 +10,7 @@
 #include <tavrin/HashTable.h>
 #include <tavrin/Heap.h>
 #include <tavrin/InitTerm.h>
+#include <tavrin/Localizer.h>
 #include <tavrin/Lock.h>
 #include <tavrin/Refcountable.h>
 #include <tavrin/SimpleArray.h>

@@ -162,6 +162,7 @@ void ContextState::tearDown()
 
 void ContextState::dropMemory()
 {
+    localizerStack.erase();
     Heap::operator delete(std::exchange(scratch, nullptr));
     scratchSize = 0;
     std::destroy_at(&fallbackVariant);

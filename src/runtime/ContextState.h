@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include <tavrin/Context.h>
+#include <tavrin/SimpleArray.h>
 #include <tavrin/Variant.h> // the element that is missing, by value
 
 #include "runtime/BlockCache.h"
@@ -16,8 +17,9 @@ namespace Tavrin::detail {
 // classes that keep per-thread state.
 struct ContextState : Context
 {
-    char *scratch = nullptr;     // from Heap; see growScratch
-    Variant fallbackVariant;     // what BasicArray reads for a missing element
+    TSimpleArray<Localizer> localizerStack; // not owned; asked from the last to the first
+    char *scratch = nullptr;                // from Heap; see growScratch
+    Variant fallbackVariant;                // what BasicArray reads for a missing element
     std::int64_t timerMark = 0;  // last high-resolution time that a stopwatch reading saw
     int scratchSize = 0;         // bytes in scratch
     int encodedLength = 0;       // bytes of the last encoding of a String
@@ -43,7 +45,7 @@ struct ContextState : Context
 
     // Ends everything that the context owns while it can still serve Heap.
     void tearDown();
-    // Gives back the scratch buffer and the cached blocks, and caches no more.
+    // Gives back the localiser stack, the scratch buffer and the cached blocks, and caches no more.
     void dropMemory();
 };
 

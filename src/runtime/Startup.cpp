@@ -14,15 +14,16 @@ struct Row
 };
 
 constexpr Row startRows[] = {
-    {"time", startTime},       {"start time", noteStartTime}, {"allocator", startAllocator},
-    {"context", startContext}, {"thread", startThread},       {"string", startString},
-    {"encoder", startEncoder},
+    {"time", startTime},           {"start time", noteStartTime}, {"allocator", startAllocator},
+    {"context", startContext},     {"thread", startThread},       {"string", startString},
+    {"localizer", startLocalizer}, {"encoder", startEncoder},
 };
 
 constexpr Row stopRows[] = {
     {"lock table", stopLockTable}, {"weak references", stopWeakReferences},
-    {"encoder", stopEncoder},      {"string", stopString},
-    {"context", stopContext},      {"allocator", stopAllocator},
+    {"encoder", stopEncoder},      {"localizer", stopLocalizer},
+    {"string", stopString},        {"context", stopContext},
+    {"allocator", stopAllocator},
 };
 
 } // namespace

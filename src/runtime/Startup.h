@@ -18,6 +18,8 @@ void startString();
 void stopString();
 void startEncoder();
 void stopEncoder();
+void startLocalizer();
+void stopLocalizer();
 
 // The last step of a start: the time that noteStartTime kept becomes the calling thread's mark.
 void markStartTime();

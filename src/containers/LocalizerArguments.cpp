@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+// Filling the arguments into a localised text. An argument may be a script object, whose text is
+// the work of a script: nothing is remembered of the list across that but its length, and the text
+// is the caller's. Pinned by tests/containers/LocalizerTextTest.cpp.
+#include "containers/LocalizerText.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include <tavrin/Array.h>
+// A door: arguments are values, and here they become text.
+#include <tavrin/Variant.h>
+
+namespace Tavrin::detail {
+
+namespace {
+
+// Above the length of any list.
+constexpr std::uint64_t numberLimit = std::uint64_t{1} << 32;
+
+bool isDigit(unsigned short unit)
+{
+    return unit >= '0' && unit <= '9';
+}
+
+// Reads the decimal number at `index` and moves it behind.
+std::uint64_t readNumber(const String &text, int &index)
+{
+    std::uint64_t number = 0;
+    for (; isDigit(text.wstr()[index]); ++index)
+        number = std::min(number * 10 + (text.wstr()[index] - unsigned{'0'}), numberLimit);
+    return number;
+}
+
+} // namespace
+
+String fillPlaceholders(const String &text, const Array *args)
+{
+    const String source(text);
+    int percent = source.find('%');
+    if (percent < 0)
+        return source;
+    const std::uint64_t count = args == nullptr ? 0 : args->length();
+    String filled;
+    int kept = 0; // what stands from here on is copied
+    for (; percent >= 0; percent = source.find('%', kept)) {
+        filled.append(source.wstr() + kept, percent - kept);
+        kept = percent + 1;
+        if (!isDigit(source.wstr()[kept])) {
+            // D-182: at the end, that is the 0 behind the text.
+            if (source.wstr()[kept] != '%')
+                filled.append('%');
+            filled.append(source.wstr()[kept++]);
+            continue;
+        }
+        const std::uint64_t number = readNumber(source, kept);
+        if (number >= 1 && number <= count)
+            filled.append((*args)[static_cast<unsigned>(number - 1)].toString());
+    }
+    if (kept < source.length())
+        filled.append(source.wstr() + kept, source.length() - kept);
+    return filled;
+}
+
+} // namespace Tavrin::detail

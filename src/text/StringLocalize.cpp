@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+// The way of a String to the localisers. Pinned by tests/containers/LocalizerTextTest.cpp.
+#include <tavrin/String.h>
+
+// A door: the operation is String's, and what it does is the localisers'.
+#include <tavrin/Localizer.h>
+
+namespace Tavrin {
+
+void String::localize(const Array *args)
+{
+    *this = Localizer::localize(*this, args);
+}
+
+} // namespace Tavrin
