@@ -7,9 +7,8 @@
 #include <algorithm>
 #include <cstdint>
 
+// A door: the arguments are values, and here they become text.
 #include <tavrin/Array.h>
-// A door: arguments are values, and here they become text.
-#include <tavrin/Variant.h>
 
 namespace Tavrin::detail {
 
