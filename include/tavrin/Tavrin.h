@@ -5,6 +5,7 @@
 #include <tavrin/Array.h>
 #include <tavrin/Context.h>
 #include <tavrin/Encoder.h>
+#include <tavrin/Error.h>
 #include <tavrin/Export.h>
 #include <tavrin/Geometry.h>
 #include <tavrin/HashTable.h>

@@ -16,13 +16,17 @@ struct Row
 constexpr Row startRows[] = {
     {"time", startTime},           {"start time", noteStartTime}, {"allocator", startAllocator},
     {"context", startContext},     {"thread", startThread},       {"string", startString},
-    {"localizer", startLocalizer}, {"encoder", startEncoder},
+    {"localizer", startLocalizer}, {"encoder", startEncoder},     {"errors", startErrors},
 };
 
 constexpr Row stopRows[] = {
-    {"lock table", stopLockTable}, {"weak references", stopWeakReferences},
-    {"encoder", stopEncoder},      {"localizer", stopLocalizer},
-    {"string", stopString},        {"context", stopContext},
+    {"lock table", stopLockTable},
+    {"errors", stopErrors},
+    {"weak references", stopWeakReferences},
+    {"encoder", stopEncoder},
+    {"localizer", stopLocalizer},
+    {"string", stopString},
+    {"context", stopContext},
     {"allocator", stopAllocator},
 };
 

@@ -20,6 +20,8 @@ void startEncoder();
 void stopEncoder();
 void startLocalizer();
 void stopLocalizer();
+void startErrors();
+void stopErrors();
 
 // The last step of a start: the time that noteStartTime kept becomes the calling thread's mark.
 void markStartTime();
