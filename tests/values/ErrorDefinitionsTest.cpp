@@ -264,8 +264,12 @@ struct Definition
     Definition(Definition &&other) noexcept : code(std::exchange(other.code, -1)) {}
     ~Definition()
     {
-        if (code >= 0)
-            Error::undefineError(code);
+        if (code < 0)
+            return;
+        Error::undefineError(code);
+        // A redefinition leaves the name of the class that it replaced.
+        Error::defineError(code, String(), "OldError");
+        Error::undefineError(code);
     }
 };
 
@@ -286,6 +290,7 @@ TEST_F(ErrorDefinitionsTest, ADefinitionThatRunsOutOfMemoryLeavesNone)
 
 TEST_F(ErrorDefinitionsTest, ARedefinitionThatRunsOutOfMemoryLeavesTheOldOne)
 {
+    Error::defineError(1, String("%1"), nullptr); // the tables stay
     underMemoryFailure(
         [] {
             Error::defineError(1000, String("old"), "OldError");

@@ -786,7 +786,7 @@ TEST(ErrorLife, AFixedErrorMayOutliveTheLibrary)
     }
     EXPECT_EQ(error.getCode(), 0);
     EXPECT_EQ(error.getError(), nullptr);
-    pushText(error, "outside");
+    error.push(2, nullptr);
     EXPECT_EQ(error.getCode(), 0);
     Error outside;
     outside.push(2, nullptr);
