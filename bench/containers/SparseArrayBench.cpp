@@ -10,9 +10,9 @@
 #include <absl/container/flat_hash_map.h>
 #include <benchmark/benchmark.h>
 
-#include <tavrin/InitTerm.h>
 #include <tavrin/SparseArray.h>
 
+#include "containers/Cases.h"
 #include "support/CaseName.h"
 
 namespace bench {
@@ -128,20 +128,12 @@ void registerMap()
 
 } // namespace
 
-} // namespace bench
-
-int main(int count, char **arguments)
+void registerSparseArrayCases()
 {
-    benchmark::Initialize(&count, arguments);
-    if (benchmark::ReportUnrecognizedArguments(count, arguments))
-        return 1;
-    ::Tavrin::InitTerm::init();
-    bench::registerMap<bench::Tavrin>();
-    bench::registerMap<bench::Absl>();
-    bench::registerMap<bench::Qt>();
-    bench::registerMap<bench::Standard>();
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    ::Tavrin::InitTerm::exit();
-    return 0;
+    registerMap<Tavrin>();
+    registerMap<Absl>();
+    registerMap<Qt>();
+    registerMap<Standard>();
 }
+
+} // namespace bench

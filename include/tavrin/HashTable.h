@@ -11,6 +11,7 @@
 namespace Tavrin {
 
 namespace detail {
+struct NameGroup;
 template <class Item>
 class TableWalk;
 } // namespace detail
@@ -21,10 +22,49 @@ struct HashItem
 {
     String key;
     HashItem *next;
-    unsigned hash; // of the first five units of the key, without regard to case
+    unsigned hash;     // of the first five units of the key, without regard to case
+    unsigned nameHash; // of the whole key, without regard to case
     std::int64_t value;
     HashItem *previous; // null for the first of a chain
+    HashItem *variant;  // the next key that differs only in case, in a circle; see NameIndex
 };
+
+namespace detail {
+
+// NameIndex: finds an item by its whole key. Private to HashTable, which holds it by value.
+// Owns:    its storage; the items are the table's.
+// Cost:    O(1), and linear in the keys that differ from the one sought only in case.
+// Failure: std::bad_alloc when an index is built; the other operations never fail.
+class NameIndex
+{
+public:
+    NameIndex() = default;
+    // The number of groups is a power of two.
+    explicit NameIndex(unsigned groupCount);
+    NameIndex(const NameIndex &) = delete;
+    NameIndex &operator=(const NameIndex &) = delete;
+    ~NameIndex();
+
+    bool isBuilt() const { return groups != nullptr; }
+    bool takesOneMore() const;
+    HashItem *find(const String &name, unsigned nameHash, bool ignoreCase) const;
+    // Of the keys that differ only in case, the added one comes first in walking order.
+    void add(HashItem *item) noexcept;
+    void remove(HashItem *item) noexcept;
+    // Empties the index, and gives up the groups that are too many; they must suffice as they are.
+    void restart(unsigned mostGroups) noexcept;
+    void swap(NameIndex &other) noexcept;
+
+private:
+    HashItem *findAny(const String &name, unsigned nameHash, bool ignoreCase) const;
+
+    void *block = nullptr;
+    NameGroup *groups = nullptr;
+    unsigned mask = 0;
+    int entries = 0;
+};
+
+} // namespace detail
 
 // HashTable: a hash table from String to 64-bit values, where each call says whether it tells upper
 // from lower case.
@@ -33,6 +73,8 @@ struct HashItem
 // Order:   walking visits the buckets from 0 up and each chain from its front. A new key goes to
 //          the front of its chain. D-120: the bucket of a key depends on its first five units, in
 //          upper case, and on the number of buckets: 16 times a power of two.
+// Cost:    set, find and remove O(1), however many units the keys share; linear in the keys that
+//          differ from the one sought only in case. findKey, removeData, comparison O(n).
 // Failure: a missing key answers 0, null or false. std::bad_alloc from Heap; the table is then as
 //          before, and operator+= has set some of the keys. Operations that only take away never
 //          fail, but for removeData.
@@ -107,8 +149,11 @@ private:
     HashItem *firstOf(int bucket) const;
     template <class Visitor>
     void visitAll(Visitor visit) const;
-    HashItem &add(const String &key, std::int64_t value);
-    void rehash(int bucketCount);
+    HashItem *findInChain(const String &key, bool ignoreCase) const;
+    HashItem *findItem(const String &key, unsigned nameHash, bool ignoreCase) const;
+    HashItem &add(const String &key, unsigned nameHash, std::int64_t value);
+    void growIndex();
+    void rehash(int oldCount, int bucketCount, detail::NameIndex &newIndex) noexcept;
     bool shrink() noexcept;
     void settle() noexcept;
     void discard(HashItem *item) noexcept;
@@ -117,8 +162,9 @@ private:
     void swap(HashTable &other) noexcept;
 
     int count = 0;
-    int owedShrinks = 0; // the calls of smartShrink that wait for the end of a walk
-    SimpleArray buckets; // each the first HashItem of a chain, or 0
+    int owedShrinks = 0;     // the calls of smartShrink that wait for the end of a walk
+    SimpleArray buckets;     // each the first HashItem of a chain, or 0
+    detail::NameIndex index; // not built while there are few items
     detail::ItemPool<HashItem> pool;
     Walk *walks = nullptr; // the calls of forEach that are under way, the innermost first
 };

@@ -12,13 +12,14 @@
 #include <tavrin/HashTable.h>
 
 #include <algorithm>
+#include <bit>
 #include <limits>
 #include <new>
 #include <utility>
 
+#include "containers/NameIndex.h"
 #include "containers/TableWalk.h"
 #include "runtime/BlockCache.h"
-#include "text/UnicodeTables.h"
 
 namespace Tavrin {
 
@@ -29,7 +30,11 @@ constexpr int mostBuckets = 1 << 30;
 constexpr int growFromPercent = 51;
 constexpr int shrinkBelowPercent = 30;
 constexpr int mostHalvings = 26; // from mostBuckets down to firstBuckets
-constexpr int hashedUnits = 5;
+
+// A table that has no more items than this searches its chains: with 16 buckets that is the rule.
+constexpr int mostWithoutIndex = 9;
+constexpr unsigned bucketsPerGroup = 8;
+constexpr unsigned itemsPerGroup = 5; // above what a group gets by the number of buckets
 
 // Whether the load in whole per cent is at least `percent`, without a division.
 bool isFilledTo(int percent, int count, int bucketCount)
@@ -37,19 +42,17 @@ bool isFilledTo(int percent, int count, int bucketCount)
     return std::int64_t{count} * 100 >= std::int64_t{bucketCount} * percent;
 }
 
-// D-120: five units take part, a 0 unit ends them, and case does not matter.
-unsigned hashOf(const String &key)
-{
-    unsigned hash = 0;
-    const unsigned short *unit = key.wstr();
-    for (int left = hashedUnits; left > 0 && *unit != 0; --left, ++unit)
-        hash = detail::toUpperUnit(*unit) + 2 * hash;
-    return hash;
-}
-
 bool matches(const String &key, const String &wanted, bool ignoreCase)
 {
-    return ignoreCase ? key.ucmp(wanted) == 0 : key == wanted;
+    return ignoreCase ? detail::areAlikeNames(key, wanted) : detail::areEqualNames(key, wanted);
+}
+
+// How many groups the index has for so many buckets, and so many items at least.
+unsigned groupCountFor(int bucketCount, int items)
+{
+    const auto forBuckets = static_cast<unsigned>(bucketCount) / bucketsPerGroup;
+    const auto forItems = std::bit_ceil(static_cast<unsigned>(items) / itemsPerGroup + 1);
+    return std::max(forBuckets, forItems);
 }
 
 HashItem *fromSlot(std::int64_t slot)
@@ -193,9 +196,23 @@ void HashTable::getKeys(TSimpleArray<const String> &out) const
 
 HashItem *HashTable::findItem(const String &key, bool ignoreCase) const
 {
+    if (!index.isBuilt())
+        return findInChain(key, ignoreCase);
+    return index.find(key, detail::nameHashOf(key), ignoreCase);
+}
+
+HashItem *HashTable::findItem(const String &key, unsigned nameHash, bool ignoreCase) const
+{
+    if (!index.isBuilt())
+        return findInChain(key, ignoreCase);
+    return index.find(key, nameHash, ignoreCase);
+}
+
+HashItem *HashTable::findInChain(const String &key, bool ignoreCase) const
+{
     if (buckets.length() == 0)
         return nullptr;
-    HashItem *item = firstOf(bucketOf(hashOf(key), buckets.length()));
+    HashItem *item = firstOf(bucketOf(detail::chainHashOf(key), buckets.length()));
     while (item != nullptr && !matches(item->key, key, ignoreCase))
         item = item->next;
     return item;
@@ -203,9 +220,10 @@ HashItem *HashTable::findItem(const String &key, bool ignoreCase) const
 
 const String &HashTable::set(const String &key, std::int64_t value, bool ignoreCase)
 {
-    HashItem *item = findItem(key, ignoreCase);
+    const unsigned nameHash = detail::nameHashOf(key);
+    HashItem *item = findItem(key, nameHash, ignoreCase);
     if (item == nullptr)
-        return add(key, value).key;
+        return add(key, nameHash, value).key;
     // D-121: the last spelling stays.
     if (ignoreCase)
         item->key = key;
@@ -214,16 +232,20 @@ const String &HashTable::set(const String &key, std::int64_t value, bool ignoreC
 }
 
 // What can fail comes before what changes the table.
-HashItem &HashTable::add(const String &key, std::int64_t value)
+HashItem &HashTable::add(const String &key, unsigned nameHash, std::int64_t value)
 {
     if (count == std::numeric_limits<int>::max())
         detail::throwOutOfMemory();
     String copy = key;
     pool.reserve();
     smartGrow();
-    const unsigned hash = hashOf(copy);
-    auto *item = ::new (pool.take()) HashItem{std::move(copy), nullptr, hash, value, nullptr};
+    growIndex();
+    const unsigned hash = detail::chainHashOf(copy);
+    auto *item = ::new (pool.take())
+        HashItem{std::move(copy), nullptr, hash, nameHash, value, nullptr, nullptr};
     linkInto(buckets[bucketOf(hash, buckets.length())], item);
+    if (index.isBuilt())
+        index.add(item);
     ++count;
     return *item;
 }
@@ -231,11 +253,30 @@ HashItem &HashTable::add(const String &key, std::int64_t value)
 void HashTable::smartGrow()
 {
     const int bucketCount = buckets.length();
-    if (bucketCount == 0)
+    if (bucketCount == 0) {
         buckets.setSize(firstBuckets);
-    else if (walks == nullptr && bucketCount < mostBuckets &&
-             isFilledTo(growFromPercent, count, bucketCount))
-        rehash(2 * bucketCount);
+    } else if (walks == nullptr && bucketCount < mostBuckets &&
+               isFilledTo(growFromPercent, count, bucketCount)) {
+        detail::NameIndex newIndex(groupCountFor(2 * bucketCount, pool.size()));
+        buckets.setSize(2 * bucketCount);
+        rehash(bucketCount, 2 * bucketCount, newIndex);
+    }
+}
+
+// While a walk keeps the number of buckets, the index alone has to make room for one item more.
+void HashTable::growIndex()
+{
+    if (index.isBuilt() ? index.takesOneMore() : pool.size() < mostWithoutIndex)
+        return;
+    detail::NameIndex newIndex(groupCountFor(0, 2 * pool.size()));
+    for (const std::int64_t slot : buckets) {
+        HashItem *item = fromSlot(slot);
+        while (item != nullptr && item->next != nullptr)
+            item = item->next;
+        for (; item != nullptr; item = item->previous)
+            newIndex.add(item);
+    }
+    index.swap(newIndex);
 }
 
 void HashTable::smartShrink() noexcept
@@ -265,17 +306,24 @@ bool HashTable::shrink() noexcept
     }
     if (isFilledTo(shrinkBelowPercent, count, bucketCount))
         return false;
-    rehash(bucketCount / 2);
+    detail::NameIndex newIndex;
+    if (pool.size() > mostWithoutIndex) {
+        const unsigned groupCount = groupCountFor(bucketCount / 2, pool.size());
+        try {
+            detail::NameIndex(groupCount).swap(newIndex);
+        } catch (const std::bad_alloc &) {
+            newIndex.swap(index);
+            newIndex.restart(groupCount);
+        }
+    }
+    rehash(bucketCount, bucketCount / 2, newIndex);
     return true;
 }
 
 // In place: halving and doubling send the items of a bucket to buckets that are either the same one
-// or not visited any more.
-void HashTable::rehash(int bucketCount)
+// or not visited any more. When doubling, the buckets are there already.
+void HashTable::rehash(int oldCount, int bucketCount, detail::NameIndex &newIndex) noexcept
 {
-    const int oldCount = buckets.length();
-    if (bucketCount > oldCount)
-        buckets.setSize(bucketCount);
     std::int64_t *firsts = &buckets[0];
     for (int bucket = 0; bucket < oldCount; ++bucket) {
         HashItem *next = nullptr;
@@ -283,9 +331,12 @@ void HashTable::rehash(int bucketCount)
              item = next) {
             next = item->next;
             linkInto(firsts[bucketOf(item->hash, bucketCount)], item);
+            if (newIndex.isBuilt())
+                newIndex.add(item);
         }
     }
     buckets.setSize(bucketCount);
+    index.swap(newIndex);
 }
 
 std::int64_t HashTable::remove(const String &key, bool ignoreCase)
@@ -369,6 +420,8 @@ void HashTable::discard(HashItem *item) noexcept
         item->previous->next = item->next;
     else
         buckets[bucketOf(item->hash, buckets.length())] = toSlot(item->next);
+    if (index.isBuilt())
+        index.remove(item);
     item->~HashItem();
     pool.give(item);
 }
@@ -389,6 +442,7 @@ void HashTable::swap(HashTable &other) noexcept
     std::swap(count, other.count);
     std::swap(owedShrinks, other.owedShrinks);
     std::swap(buckets, other.buckets);
+    index.swap(other.index);
     pool.swap(other.pool);
 }
 

@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+namespace bench {
+
+void registerSparseArrayCases();
+void registerHashTableCases();
+
+} // namespace bench

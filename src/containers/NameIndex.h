@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <bit>
+#include <cstdint>
+
+#include <tavrin/HashTable.h>
+
+#include "containers/NameHash.h"
+
+// How a HashTable finds an item by its whole key: open addressing over groups of seven items, each
+// group one line of the processor's cache.
+//
+// An item belongs to the group that the low bits of its nameHash choose, or to the next one with
+// room. A group has a tag of 8 bits per place, taken from the top of the nameHash, so
+// that a search compares all seven in a few instructions on one word and touches hardly an item in
+// vain. Beside the tags it counts the items that went on to a later group because it was full: a
+// search ends at a group that counts none, and nothing has to mark removed places. A count that
+// reaches its limit stays there until the index is built again.
+//
+// Of keys that differ only in case, the index holds the one that is last in walking order; its
+// `variant` is the first one, whose `variant` is the second, and so on.
+namespace Tavrin::detail {
+
+struct alignas(64) NameGroup
+{
+    static constexpr unsigned places = 7;
+
+    std::uint64_t tags = 0; // a byte for each place, 0 for an empty one; the top byte is the count
+    HashItem *items[places];
+
+    static constexpr std::uint64_t ones = 0x0001'0101'0101'0101;
+    static constexpr std::uint64_t tops = ones << 7;
+    // An empty place never looks like one that holds a tag.
+    static constexpr unsigned leastTag = 2;
+    static constexpr unsigned countShift = 56;
+    static constexpr std::uint64_t mostPassed = 255;
+
+    static std::uint64_t tagOf(unsigned nameHash)
+    {
+        const unsigned tag = nameHash >> 24;
+        return tag < leastTag ? tag + leastTag : tag;
+    }
+
+    // The places whose byte is 0, as the top bits of their bytes. The lowest one is right; above it
+    // there may be false ones, whose byte is 1.
+    static std::uint64_t zeroPlaces(std::uint64_t bytes) { return (bytes - ones) & ~bytes & tops; }
+    static unsigned lowestOf(std::uint64_t found)
+    {
+        return static_cast<unsigned>(std::countr_zero(found)) / 8;
+    }
+
+    // The places that may hold the tag.
+    std::uint64_t matches(std::uint64_t tag) const { return zeroPlaces(tags ^ tag * ones); }
+    std::uint64_t emptyPlaces() const { return zeroPlaces(tags); }
+
+    bool sendsOn() const { return tags >> countShift != 0; }
+    void countPassed()
+    {
+        if (tags >> countShift != mostPassed)
+            tags += std::uint64_t{1} << countShift;
+    }
+    void uncountPassed()
+    {
+        if (tags >> countShift != mostPassed)
+            tags -= std::uint64_t{1} << countShift;
+    }
+
+    void put(unsigned place, std::uint64_t tag, HashItem *item)
+    {
+        tags |= tag << 8 * place;
+        items[place] = item;
+    }
+    void clear(unsigned place) { tags &= ~(std::uint64_t{0xFF} << 8 * place); }
+};
+static_assert(sizeof(NameGroup) == 64, "a group is one line of the cache");
+
+// The common case is written out: the first tag that matches is that of the item, no other key
+// differs from it only in case, and a name that is missing has no tag like it.
+inline HashItem *NameIndex::find(const String &name, unsigned nameHash, bool ignoreCase) const
+{
+    const NameGroup &group = groups[nameHash & mask];
+    const std::uint64_t found = group.matches(NameGroup::tagOf(nameHash));
+    if (found != 0) {
+        HashItem *item = group.items[NameGroup::lowestOf(found)];
+        if (item->nameHash == nameHash && item->variant == item && areEqualNames(item->key, name))
+            return item;
+    } else if (!group.sendsOn()) {
+        return nullptr;
+    }
+    return findAny(name, nameHash, ignoreCase);
+}
+
+inline bool NameIndex::takesOneMore() const
+{
+    constexpr int mostPerGroup = 6;
+    return entries < std::int64_t{mask + 1} * mostPerGroup;
+}
+
+} // namespace Tavrin::detail
