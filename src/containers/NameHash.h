@@ -59,7 +59,7 @@ inline bool areEqualNames(const String &a, const String &b)
         return false;
     const auto length = static_cast<std::size_t>(a.length());
     if (!isReadAtOnce(length)) [[unlikely]]
-        return equalUnits(left, right, a.length());
+        return std::memcmp(left, right, length * sizeof *left) == 0;
     const std::size_t middle = middleBlockOf(length);
     const std::size_t last = lastBlockOf(length);
     return (differenceOfBlocks(left, right) | differenceOfBlocks(left + middle, right + middle) |
