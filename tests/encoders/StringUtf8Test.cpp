@@ -125,8 +125,8 @@ std::size_t bytesInUse()
 }
 
 // Around the lengths at which the short way changes.
-constexpr std::size_t decodeLengths[] = {1,    2,     16,    2046,    2047,   2048,
-                                         2049, 10000, 65536, 4194304, 4194305};
+constexpr std::size_t decodeLengths[] = {1, 2, 16, 2046, 2047, 2048, 2049, 10000, 65536};
+constexpr std::size_t longDecodeLengths[] = {4194304, 4194305};
 constexpr std::size_t encodeLengths[] = {1, 2, 16, 4999, 5000, 5001, 5002, 65536, 1000000};
 
 TEST_F(StringUtf8Test, ValidTextsOfEveryLengthDecodeAlike)
@@ -135,6 +135,12 @@ TEST_F(StringUtf8Test, ValidTextsOfEveryLengthDecodeAlike)
                                 "ab\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"})
         for (const std::size_t length : decodeLengths)
             EXPECT_TRUE(decodesAlike(repeated(pattern, length))) << pattern << ' ' << length;
+}
+
+TEST_F(StringUtf8Test, VeryLongTextsDecodeAlike)
+{
+    for (const std::size_t length : longDecodeLengths)
+        EXPECT_TRUE(decodesAlike(repeated(std::string(1000, 'a') + "\xC3\xA9", length)));
 }
 
 TEST_F(StringUtf8Test, BadSequencesAtEveryPlaceDecodeAlike)
