@@ -13,6 +13,7 @@
 #include <tavrin/InitTerm.h>
 #include <tavrin/Localizer.h>
 #include <tavrin/Lock.h>
+#include <tavrin/Message.h>
 #include <tavrin/Refcountable.h>
 #include <tavrin/SimpleArray.h>
 #include <tavrin/SparseArray.h>
