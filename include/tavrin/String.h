@@ -9,6 +9,7 @@
 #include <cstring>
 #include <iosfwd>
 #include <string_view>
+#include <type_traits>
 #include <version>
 #ifdef __cpp_lib_format
 #include <format>
@@ -30,10 +31,20 @@ namespace detail {
 struct StringAccess;
 struct UnitView;
 
-// The 16-bit text of the standard: views, strings and literals.
+// The 16-bit text of the standard: views, strings, literals and pointers, of which a null one reads
+// as empty.
 template <class Text>
-concept StandardText =
-    !std::derived_from<Text, String> && std::convertible_to<const Text &, std::u16string_view>;
+concept StandardText = !std::derived_from<Text, String> && !std::same_as<Text, std::nullptr_t> &&
+                       std::convertible_to<const Text &, std::u16string_view>;
+
+template <StandardText Text>
+constexpr std::u16string_view viewOf(const Text &text) noexcept
+{
+    if constexpr (std::is_pointer_v<Text>)
+        if (text == nullptr)
+            return {};
+    return text;
+}
 
 } // namespace detail
 
@@ -117,7 +128,7 @@ public:
     String(const unsigned int *utf32, int length = -1);
     // Exactly these units. So whatever takes a String takes u"..." as well.
     template <detail::StandardText Text>
-    String(const Text &text) : String(fromView(text))
+    String(const Text &text) : String(fromView(detail::viewOf(text)))
     {}
     constexpr ~String() { drop(buffer); }
 
@@ -197,12 +208,12 @@ public:
     template <detail::StandardText Text>
     bool operator==(const Text &x) const noexcept
     {
-        return compareView(x) == 0;
+        return compareView(detail::viewOf(x)) == 0;
     }
     template <detail::StandardText Text>
     std::strong_ordering operator<=>(const Text &x) const noexcept
     {
-        return compareView(x) <=> 0;
+        return compareView(detail::viewOf(x)) <=> 0;
     }
 
     String operator+(const String &x) const;

@@ -132,6 +132,35 @@ const Operation operations[] = {
     {"toLower", [](String &text) { text.toLower(); }},
     {"toUpper", [](String &text) { text.toUpper(); }},
     {"toMixed", [](String &text) { text.toMixed(); }},
+    {"parse",
+     [](String &text) {
+         int pos = 0;
+         text.parse(text, pos);
+     }},
+    {"parse of the front", [](String &text) { text.parse(text); }},
+    {"escape", [](String &text) { text = text.escape(true); }},
+    {"encodeURI", [](String &text) { text.encodeURI(""); }},
+    {"encodeURI with units", [](String &text) { text.encodeURI(Units(u"!#").data()); }},
+    {"decodeURI",
+     [](String &text) {
+         String encoded(text);
+         encoded.append("%41%C3%A9%FF");
+         if (encoded.decodeURI())
+             text = encoded;
+     }},
+    {"convertLF",
+     [](String &text) {
+         String lines(text);
+         lines.replaceAll('#', '\n');
+         lines.convertLF(String::kCRLF);
+         text = lines;
+     }},
+    {"print", [](String &text) { text.print("%d %ls", 5, text.wstr()); }},
+    {"print of units", [](String &text) { text.print(Units(u"%700d").data(), 5); }},
+    {"print of bytes", [](String &text) { text.print("%s", longBytes.c_str()); }},
+    {"print with a long format", [](String &text) { text.print(longBytes.c_str()); }},
+    {"print of nothing", [](String &text) { text.print(""); }},
+    {"construction from a view", [](String &text) { text = std::u16string_view(longUnits); }},
     {"comparison",
      [](String &text) {
          text.ucmp(longBytes.c_str());
