@@ -81,7 +81,8 @@ struct Standard : StandardFace<std::unordered_map<Name, std::int64_t>>
     static constexpr const char *name = "std";
 };
 
-// Names like those of properties: one to three words of the trade, each name once.
+// Names like those of properties: one to three words of the trade, or four where these
+// would not suffice.
 Names propertyNames(std::size_t count, unsigned seed)
 {
     static const char16_t *const words[] = {
@@ -94,7 +95,8 @@ Names propertyNames(std::size_t count, unsigned seed)
         u"row",    u"scale",  u"size",   u"space",  u"start",  u"state",    u"stroke",  u"style",
         u"text",   u"top",    u"type",   u"unit",   u"value",  u"view",     u"width",   u"zoom"};
     std::mt19937 random(seed);
-    std::uniform_int_distribution<std::size_t> word(0, std::size(words) - 1), length(1, 3);
+    std::uniform_int_distribution<std::size_t> word(0, std::size(words) - 1),
+        length(1, count > 100000 ? 4 : 3);
     std::unordered_set<Name> taken;
     Names names;
     while (names.size() < count) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include <tavrin/Export.h>
 #include <tavrin/ItemPool.h>
@@ -34,34 +35,47 @@ namespace detail {
 // NameIndex: finds an item by its whole key. Private to HashTable, which holds it by value.
 // Owns:    its storage; the items are the table's.
 // Cost:    O(1), and linear in the keys that differ from the one sought only in case.
-// Failure: std::bad_alloc when an index is built; the other operations never fail.
+// Failure: std::bad_alloc when it grows, and nothing has changed then. The other operations never
+//          fail.
 class NameIndex
 {
 public:
     NameIndex() = default;
-    // The number of groups is a power of two.
-    explicit NameIndex(unsigned groupCount);
     NameIndex(const NameIndex &) = delete;
     NameIndex &operator=(const NameIndex &) = delete;
     ~NameIndex();
 
+    // An index that has not been built takes nothing, and finding needs a built one.
     bool isBuilt() const { return groups != nullptr; }
     bool takesOneMore() const;
+    void grow();
+    void shrink() noexcept;
+    void swap(NameIndex &other) noexcept;
+
     HashItem *find(const String &name, unsigned nameHash, bool ignoreCase) const;
     // Of the keys that differ only in case, the added one comes first in walking order.
     void add(HashItem *item) noexcept;
     void remove(HashItem *item) noexcept;
-    // Empties the index, and gives up the groups that are too many; they must suffice as they are.
-    void restart(unsigned mostGroups) noexcept;
-    void swap(NameIndex &other) noexcept;
+    // Turns the walking order of keys that differ only in case around.
+    void reverseVariants() noexcept;
 
 private:
+    struct Position
+    {
+        unsigned at; // of the group
+        unsigned place;
+    };
+
+    std::optional<Position> locate(const String &name, unsigned nameHash) const;
     HashItem *findAny(const String &name, unsigned nameHash, bool ignoreCase) const;
+    void place(HashItem *item) noexcept;
+    void resize(unsigned groupCount);
 
     void *block = nullptr;
     NameGroup *groups = nullptr;
-    unsigned mask = 0;
+    unsigned mask = 0; // the number of groups is a power of two
     int entries = 0;
+    int items = 0; // more than the entries if keys differ only in case
 };
 
 } // namespace detail
@@ -153,7 +167,7 @@ private:
     HashItem *findItem(const String &key, unsigned nameHash, bool ignoreCase) const;
     HashItem &add(const String &key, unsigned nameHash, std::int64_t value);
     void growIndex();
-    void rehash(int oldCount, int bucketCount, detail::NameIndex &newIndex) noexcept;
+    void rehash(int bucketCount);
     bool shrink() noexcept;
     void settle() noexcept;
     void discard(HashItem *item) noexcept;

@@ -50,6 +50,20 @@ public:
         if (--taken == 0)
             keepFirstSlab();
     }
+    // Whether no storage waits to be recycled; then the items can be visited in the order of their
+    // storage, which is that of their making within a slab.
+    bool isContiguous() const { return freed == nullptr; }
+    template <class Visitor>
+    void visitAll(Visitor visit)
+    {
+        Place *last = unused;
+        for (Slab *slab = slabs; slab != nullptr; slab = slab->older) {
+            for (Place *place = placesOf(slab); place != last; ++place)
+                visit(*reinterpret_cast<Item *>(place));
+            if (slab->older != nullptr)
+                last = placesOf(slab->older) + slab->older->capacity;
+        }
+    }
     void swap(ItemPool &other) noexcept
     {
         std::swap(slabs, other.slabs);

@@ -33,8 +33,9 @@ constexpr int mostHalvings = 26; // from mostBuckets down to firstBuckets
 
 // A table that has no more items than this searches its chains: with 16 buckets that is the rule.
 constexpr int mostWithoutIndex = 9;
-constexpr unsigned bucketsPerGroup = 8;
-constexpr unsigned itemsPerGroup = 5; // above what a group gets by the number of buckets
+// A rehash of a large table waits for memory all the time, so it asks for what it needs next: for
+// an item twice as many buckets ahead as for the group of the index that the item goes to.
+constexpr int bucketsAhead = 8;
 
 // Whether the load in whole per cent is at least `percent`, without a division.
 bool isFilledTo(int percent, int count, int bucketCount)
@@ -45,14 +46,6 @@ bool isFilledTo(int percent, int count, int bucketCount)
 bool matches(const String &key, const String &wanted, bool ignoreCase)
 {
     return ignoreCase ? detail::areAlikeNames(key, wanted) : detail::areEqualNames(key, wanted);
-}
-
-// How many groups the index has for so many buckets, and so many items at least.
-unsigned groupCountFor(int bucketCount, int items)
-{
-    const auto forBuckets = static_cast<unsigned>(bucketCount) / bucketsPerGroup;
-    const auto forItems = std::bit_ceil(static_cast<unsigned>(items) / itemsPerGroup + 1);
-    return std::max(forBuckets, forItems);
 }
 
 HashItem *fromSlot(std::int64_t slot)
@@ -257,26 +250,25 @@ void HashTable::smartGrow()
         buckets.setSize(firstBuckets);
     } else if (walks == nullptr && bucketCount < mostBuckets &&
                isFilledTo(growFromPercent, count, bucketCount)) {
-        detail::NameIndex newIndex(groupCountFor(2 * bucketCount, pool.size()));
-        buckets.setSize(2 * bucketCount);
-        rehash(bucketCount, 2 * bucketCount, newIndex);
+        rehash(2 * bucketCount);
     }
 }
 
-// While a walk keeps the number of buckets, the index alone has to make room for one item more.
 void HashTable::growIndex()
 {
     if (index.isBuilt() ? index.takesOneMore() : pool.size() < mostWithoutIndex)
         return;
-    detail::NameIndex newIndex(groupCountFor(0, 2 * pool.size()));
+    const bool isNew = !index.isBuilt();
+    index.grow();
+    if (!isNew)
+        return;
     for (const std::int64_t slot : buckets) {
         HashItem *item = fromSlot(slot);
         while (item != nullptr && item->next != nullptr)
             item = item->next;
         for (; item != nullptr; item = item->previous)
-            newIndex.add(item);
+            index.add(item);
     }
-    index.swap(newIndex);
 }
 
 void HashTable::smartShrink() noexcept
@@ -306,37 +298,34 @@ bool HashTable::shrink() noexcept
     }
     if (isFilledTo(shrinkBelowPercent, count, bucketCount))
         return false;
-    detail::NameIndex newIndex;
-    if (pool.size() > mostWithoutIndex) {
-        const unsigned groupCount = groupCountFor(bucketCount / 2, pool.size());
-        try {
-            detail::NameIndex(groupCount).swap(newIndex);
-        } catch (const std::bad_alloc &) {
-            newIndex.swap(index);
-            newIndex.restart(groupCount);
-        }
-    }
-    rehash(bucketCount, bucketCount / 2, newIndex);
+    rehash(bucketCount / 2);
+    if (pool.size() <= mostWithoutIndex)
+        detail::NameIndex().swap(index);
+    else
+        index.shrink();
     return true;
 }
 
 // In place: halving and doubling send the items of a bucket to buckets that are either the same one
-// or not visited any more. When doubling, the buckets are there already.
-void HashTable::rehash(int oldCount, int bucketCount, detail::NameIndex &newIndex) noexcept
+// or not visited any more.
+void HashTable::rehash(int bucketCount)
 {
+    const int oldCount = buckets.length();
+    if (bucketCount > oldCount)
+        buckets.setSize(bucketCount);
     std::int64_t *firsts = &buckets[0];
     for (int bucket = 0; bucket < oldCount; ++bucket) {
+        __builtin_prefetch(fromSlot(firsts[std::min(bucket + bucketsAhead, oldCount - 1)]));
         HashItem *next = nullptr;
         for (HashItem *item = fromSlot(std::exchange(firsts[bucket], 0)); item != nullptr;
              item = next) {
             next = item->next;
             linkInto(firsts[bucketOf(item->hash, bucketCount)], item);
-            if (newIndex.isBuilt())
-                newIndex.add(item);
         }
     }
     buckets.setSize(bucketCount);
-    index.swap(newIndex);
+    // Items that stay together change their order, and keys that differ only in case stay so.
+    index.reverseVariants();
 }
 
 std::int64_t HashTable::remove(const String &key, bool ignoreCase)
@@ -426,8 +415,13 @@ void HashTable::discard(HashItem *item) noexcept
     pool.give(item);
 }
 
+// In the order in which the items were made, if that is known: their keys were often made so, too.
 void HashTable::destroyItems() noexcept
 {
+    if (pool.isContiguous()) {
+        pool.visitAll([](HashItem &item) { item.~HashItem(); });
+        return;
+    }
     for (const std::int64_t slot : buckets) {
         HashItem *next = nullptr;
         for (HashItem *item = fromSlot(slot); item != nullptr; item = next) {

@@ -5,18 +5,27 @@
 
 #include <algorithm>
 #include <new>
+#include <optional>
 #include <utility>
 
 namespace Tavrin::detail {
 
 namespace {
 
+// While the index changes its size, it asks for the items of later groups.
+constexpr unsigned groupsAhead = 2;
+
 // The groups stand at the first address in the block that suits them.
-NameGroup *alignedIn(void *block)
+constexpr std::size_t alignmentSlack = alignof(NameGroup) - 8;
+
+NameGroup *makeGroups(void *block, unsigned count)
 {
     const auto address = reinterpret_cast<std::uintptr_t>(block);
-    return reinterpret_cast<NameGroup *>((address + alignof(NameGroup) - 1) &
-                                         ~std::uintptr_t{alignof(NameGroup) - 1});
+    auto *groups = reinterpret_cast<NameGroup *>((address + alignmentSlack) &
+                                                 ~std::uintptr_t{alignof(NameGroup) - 1});
+    for (NameGroup *group = groups; group != groups + count; ++group)
+        ::new (group) NameGroup;
+    return groups;
 }
 
 // Of the keys that differ from `last` only in case, the first one in walking order that is `name`.
@@ -31,15 +40,21 @@ HashItem *exactVariant(HashItem *last, const String &name)
     return nullptr;
 }
 
-} // namespace
-
-NameIndex::NameIndex(unsigned groupCount)
-    : block(Heap::operator new(groupCount * sizeof(NameGroup) + alignof(NameGroup) - 8)),
-      groups(alignedIn(block)),
-      mask(groupCount - 1)
+// Turns the circle around, and returns what is last then: the item that was first.
+HashItem *reverse(HashItem *last)
 {
-    restart(groupCount);
+    HashItem *const first = last->variant;
+    HashItem *before = last;
+    for (HashItem *item = first; item != last;) {
+        HashItem *const next = std::exchange(item->variant, before);
+        before = item;
+        item = next;
+    }
+    last->variant = before;
+    return first;
 }
+
+} // namespace
 
 NameIndex::~NameIndex()
 {
@@ -52,85 +67,130 @@ void NameIndex::swap(NameIndex &other) noexcept
     std::swap(groups, other.groups);
     std::swap(mask, other.mask);
     std::swap(entries, other.entries);
+    std::swap(items, other.items);
 }
 
-void NameIndex::restart(unsigned mostGroups) noexcept
+bool NameIndex::takesOneMore() const
 {
-    const unsigned groupCount = std::min(mask + 1, mostGroups);
-    for (unsigned group = 0; group < groupCount; ++group)
-        groups[group].tags = 0;
-    mask = groupCount - 1;
-    entries = 0;
+    return isBuilt() && entries < std::int64_t{mask + 1} * NameGroup::mostOnAverage;
 }
 
-HashItem *NameIndex::findAny(const String &name, unsigned nameHash, bool ignoreCase) const
+void NameIndex::grow()
+{
+    constexpr unsigned firstGroups = 4;
+    constexpr unsigned manyGroups = 64;
+    if (!isBuilt())
+        resize(firstGroups);
+    else
+        resize((mask + 1) * (mask < manyGroups ? 4 : 2));
+}
+
+void NameIndex::shrink() noexcept
+{
+    constexpr int fewOnAverage = NameGroup::mostOnAverage / 4;
+    if (!isBuilt() || entries > std::int64_t{mask} * fewOnAverage)
+        return;
+    try {
+        resize((mask + 1) / 2);
+    } catch (const std::bad_alloc &) {
+        // The larger one goes on serving.
+    }
+}
+
+void NameIndex::resize(unsigned groupCount)
+{
+    NameIndex resized;
+    resized.block = Heap::operator new(groupCount * sizeof(NameGroup) + alignmentSlack);
+    resized.groups = makeGroups(resized.block, groupCount);
+    resized.mask = groupCount - 1;
+    for (unsigned at = 0; isBuilt() && at <= mask; ++at) {
+        for (const HashItem *item : groups[std::min(at + groupsAhead, mask)].items)
+            __builtin_prefetch(item);
+        for (unsigned place = 0; place < NameGroup::places; ++place)
+            if (groups[at].isTaken(place))
+                resized.place(groups[at].items[place]);
+    }
+    resized.items = items;
+    swap(resized);
+}
+
+std::optional<NameIndex::Position> NameIndex::locate(const String &name, unsigned nameHash) const
 {
     const std::uint64_t tag = NameGroup::tagOf(nameHash);
     for (unsigned at = nameHash, left = mask;; ++at, --left) {
         const NameGroup &group = groups[at & mask];
         for (std::uint64_t found = group.matches(tag); found != 0; found &= found - 1) {
-            HashItem *item = group.items[NameGroup::lowestOf(found)];
+            const unsigned place = NameGroup::lowestOf(found);
+            const HashItem *item = group.items[place];
             if (item->nameHash == nameHash && areAlikeNames(item->key, name))
-                return ignoreCase ? item->variant : exactVariant(item, name);
+                return Position{at, place};
         }
         if (!group.sendsOn() || left == 0)
-            return nullptr;
+            return std::nullopt;
     }
+}
+
+HashItem *NameIndex::findAny(const String &name, unsigned nameHash, bool ignoreCase) const
+{
+    const auto position = locate(name, nameHash);
+    if (!position)
+        return nullptr;
+    HashItem *last = groups[position->at & mask].items[position->place];
+    return ignoreCase ? last->variant : exactVariant(last, name);
 }
 
 void NameIndex::add(HashItem *item) noexcept
 {
-    const unsigned home = item->nameHash;
-    const std::uint64_t tag = NameGroup::tagOf(home);
-    for (unsigned at = home, left = mask;; ++at, --left) {
-        const NameGroup &group = groups[at & mask];
-        for (std::uint64_t found = group.matches(tag); found != 0; found &= found - 1) {
-            HashItem *last = group.items[NameGroup::lowestOf(found)];
-            if (last->nameHash == home && areAlikeNames(last->key, item->key)) {
-                item->variant = std::exchange(last->variant, item);
-                return;
-            }
-        }
-        if (!group.sendsOn() || left == 0)
-            break;
+    ++items;
+    if (const auto position = locate(item->key, item->nameHash)) {
+        HashItem *last = groups[position->at & mask].items[position->place];
+        item->variant = std::exchange(last->variant, item);
+    } else {
+        item->variant = item;
+        place(item);
     }
-    item->variant = item;
-    unsigned at = home;
-    while (groups[at & mask].emptyPlaces() == 0)
+}
+
+// Makes an entry of an item whose key is not like that of another one.
+void NameIndex::place(HashItem *item) noexcept
+{
+    unsigned at = item->nameHash;
+    while (!groups[at & mask].hasRoom())
         groups[at++ & mask].countPassed();
-    NameGroup &group = groups[at & mask];
-    group.put(NameGroup::lowestOf(group.emptyPlaces()), tag, item);
+    groups[at & mask].put(NameGroup::tagOf(item->nameHash), item);
     ++entries;
 }
 
 void NameIndex::remove(HashItem *item) noexcept
 {
-    HashItem *before = item;
-    while (before->variant != item)
-        before = before->variant;
-    before->variant = item->variant;
-
+    --items;
     const unsigned home = item->nameHash;
-    const std::uint64_t tag = NameGroup::tagOf(home);
-    for (unsigned at = home, left = mask;; ++at, --left) {
-        NameGroup &group = groups[at & mask];
-        for (std::uint64_t found = group.matches(tag); found != 0; found &= found - 1) {
-            const unsigned place = NameGroup::lowestOf(found);
-            if (group.items[place] != item)
-                continue;
-            if (before != item) {
-                group.items[place] = before;
-                return;
-            }
-            group.clear(place);
-            --entries;
-            while (at != home)
-                groups[--at & mask].uncountPassed();
-            return;
-        }
-        if (!group.sendsOn() || left == 0)
-            return;
+    const Position position = locate(item->key, home).value();
+    NameGroup &group = groups[position.at & mask];
+    HashItem *&last = group.items[position.place];
+    if (item->variant != item) {
+        HashItem *before = item->variant;
+        while (before->variant != item)
+            before = before->variant;
+        before->variant = item->variant;
+        if (last == item)
+            last = before;
+        return;
     }
+    group.clear(position.place);
+    --entries;
+    for (unsigned at = home; at != position.at; ++at)
+        groups[at & mask].uncountPassed();
+}
+
+void NameIndex::reverseVariants() noexcept
+{
+    if (items == entries)
+        return;
+    for (unsigned at = 0; at <= mask; ++at)
+        for (unsigned place = 0; place < NameGroup::places; ++place)
+            if (groups[at].isTaken(place))
+                groups[at].items[place] = reverse(groups[at].items[place]);
 }
 
 } // namespace Tavrin::detail

@@ -16,7 +16,7 @@
 // that a search compares all seven in a few instructions on one word and touches hardly an item in
 // vain. Beside the tags it counts the items that went on to a later group because it was full: a
 // search ends at a group that counts none, and nothing has to mark removed places. A count that
-// reaches its limit stays there until the index is built again.
+// reaches its limit stays there until the index changes its size.
 //
 // Of keys that differ only in case, the index holds the one that is last in walking order; its
 // `variant` is the first one, whose `variant` is the second, and so on.
@@ -25,9 +25,10 @@ namespace Tavrin::detail {
 struct alignas(64) NameGroup
 {
     static constexpr unsigned places = 7;
+    static constexpr int mostOnAverage = 5;
 
     std::uint64_t tags = 0; // a byte for each place, 0 for an empty one; the top byte is the count
-    HashItem *items[places];
+    HashItem *items[places] = {};
 
     static constexpr std::uint64_t ones = 0x0001'0101'0101'0101;
     static constexpr std::uint64_t tops = ones << 7;
@@ -50,9 +51,10 @@ struct alignas(64) NameGroup
         return static_cast<unsigned>(std::countr_zero(found)) / 8;
     }
 
+    bool isTaken(unsigned place) const { return (tags >> 8 * place & 0xFF) != 0; }
     // The places that may hold the tag.
     std::uint64_t matches(std::uint64_t tag) const { return zeroPlaces(tags ^ tag * ones); }
-    std::uint64_t emptyPlaces() const { return zeroPlaces(tags); }
+    bool hasRoom() const { return zeroPlaces(tags) != 0; }
 
     bool sendsOn() const { return tags >> countShift != 0; }
     void countPassed()
@@ -66,8 +68,10 @@ struct alignas(64) NameGroup
             tags -= std::uint64_t{1} << countShift;
     }
 
-    void put(unsigned place, std::uint64_t tag, HashItem *item)
+    // Only while there is room.
+    void put(std::uint64_t tag, HashItem *item)
     {
+        const unsigned place = lowestOf(zeroPlaces(tags));
         tags |= tag << 8 * place;
         items[place] = item;
     }
@@ -89,12 +93,6 @@ inline HashItem *NameIndex::find(const String &name, unsigned nameHash, bool ign
         return nullptr;
     }
     return findAny(name, nameHash, ignoreCase);
-}
-
-inline bool NameIndex::takesOneMore() const
-{
-    constexpr int mostPerGroup = 6;
-    return entries < std::int64_t{mask + 1} * mostPerGroup;
 }
 
 } // namespace Tavrin::detail
