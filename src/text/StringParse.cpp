@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "text/HexDigits.h"
+#include "text/MessageKey.h"
 #include "text/StringAccess.h"
 
 namespace Tavrin {
@@ -197,6 +198,9 @@ bool String::parse(String &out, int &pos) const
     const Ending ending = reader.read();
     const bool isWhole = isComplete(ending, reader.isQuoted());
     String literal = reader.takeLiteral();
+    // D-142: only in a literal that no line end has cut off.
+    if (isWhole && ending != Ending::line && detail::isMessageKey(literal))
+        detail::resolveMessageKey(literal);
     if (ending == Ending::wrongDigit)
         pos = -1;
     else if (ending == Ending::cutEscape)

@@ -176,6 +176,29 @@ TEST_F(StringParseTest, AWrongDigitAndACutEscapeSetThePosition)
     EXPECT_EQ(pos, 0);
 }
 
+TEST_F(StringParseTest, AKeyBecomesItsTextUnlessALineEndStandsBehindIt)
+{
+    for (const char *units : {"'$$$/a/b=Hello^T'", "$$$/a/b=Hello^T", "\"$$$/a/b=Hello\\^T\""}) {
+        String text(units);
+        String out;
+        EXPECT_TRUE(text.parse(out)) << units;
+        EXPECT_EQ(unitsOf(out), u"Hello\x2122") << units;
+    }
+    String line("$$$/a/b=Hello^T\n");
+    String out;
+    EXPECT_TRUE(line.parse(out));
+    EXPECT_EQ(out, "$$$/a/b=Hello^T");
+    String open("'$$$/a/b=Hello^T");
+    EXPECT_FALSE(open.parse(out));
+    EXPECT_EQ(out, "$$$/a/b=Hello^T");
+    String key("'$$'");
+    EXPECT_TRUE(key.parse(out));
+    EXPECT_EQ(out, "$$");
+    key = "'$$$/a/b'";
+    EXPECT_TRUE(key.parse(out));
+    EXPECT_EQ(out.length(), 0);
+}
+
 TEST_F(StringParseTest, LinesAreReadOneByOne)
 {
     String text("one\r\ntwo\n'three' \n");
