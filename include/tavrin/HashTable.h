@@ -52,7 +52,8 @@ public:
     void shrink() noexcept;
     void swap(NameIndex &other) noexcept;
 
-    HashItem *find(const String &name, unsigned nameHash, bool ignoreCase) const;
+    template <class IsEqual>
+    HashItem *find(const String &name, unsigned nameHash, bool ignoreCase, IsEqual isEqual) const;
     // Of the keys that differ only in case, the added one comes first in walking order.
     void add(HashItem *item) noexcept;
     void remove(HashItem *item) noexcept;
@@ -165,6 +166,7 @@ private:
     void visitAll(Visitor visit) const;
     HashItem *findInChain(const String &key, bool ignoreCase) const;
     HashItem *findItem(const String &key, unsigned nameHash, bool ignoreCase) const;
+    [[gnu::noinline]] HashItem *findAnyItem(const String &key, bool ignoreCase) const;
     HashItem &add(const String &key, unsigned nameHash, std::int64_t value);
     void growIndex();
     void rehash(int bucketCount);

@@ -187,18 +187,36 @@ void HashTable::getKeys(TSimpleArray<const String> &out) const
     });
 }
 
+// The common case has no call in it, so that it needs no frame.
 HashItem *HashTable::findItem(const String &key, bool ignoreCase) const
+{
+    const std::size_t length = detail::lengthOf(key);
+    if (index.isBuilt() && detail::fitsRun(length)) [[likely]] {
+        const detail::RunPlaces places(length);
+        const detail::NameRun run(key.wstr(), places);
+        if (run.isAscii()) [[likely]]
+            return index.find(key, detail::nameHashOfAscii(run, length), ignoreCase,
+                              [&](const String &other) {
+                                  return detail::lengthOf(other) == length &&
+                                         detail::NameRun(other.wstr(), places) == run;
+                              });
+    }
+    return findAnyItem(key, ignoreCase);
+}
+
+HashItem *HashTable::findAnyItem(const String &key, bool ignoreCase) const
 {
     if (!index.isBuilt())
         return findInChain(key, ignoreCase);
-    return index.find(key, detail::nameHashOf(key), ignoreCase);
+    return findItem(key, detail::nameHashOf(key), ignoreCase);
 }
 
 HashItem *HashTable::findItem(const String &key, unsigned nameHash, bool ignoreCase) const
 {
     if (!index.isBuilt())
         return findInChain(key, ignoreCase);
-    return index.find(key, nameHash, ignoreCase);
+    return index.find(key, nameHash, ignoreCase,
+                      [&](const String &other) { return detail::areEqualNames(other, key); });
 }
 
 HashItem *HashTable::findInChain(const String &key, bool ignoreCase) const

@@ -1,45 +1,26 @@
 // SPDX-License-Identifier: MIT
-// The hashes of the names that NameHash.h does not read at once: short ones, long ones, and names
-// with other units than those of ASCII, which are mapped to upper case first.
+// The hashes of the names that are not read at once, or have other units than those of ASCII.
 // Pinned by tests/containers/NameHashTest.cpp.
 #include "containers/NameHash.h"
 
-#include <iterator>
+#include <algorithm>
 
 namespace Tavrin::detail {
 
 namespace {
 
-using Words = std::uint64_t[6];
-
-// What a run of up to `mostUnitsAtOnce` units in upper case is read as; the same words as in
-// nameHashOf.
-void readWords(const unsigned short *units, std::size_t length, Words &words)
+// Mixes up to `mostUnitsOfRun` units. They are made caseless first, so that a name has one hash
+// whether it is read at once or not: other units may have an ASCII unit for their upper case.
+std::uint64_t mixUnits(const unsigned short *units, std::size_t length, std::uint64_t salt)
 {
-    if (isReadAtOnce(length)) {
-        const std::size_t places[] = {0, middleBlockOf(length), lastBlockOf(length)};
-        for (std::size_t block = 0; block < std::size(places); ++block) {
-            words[2 * block] = loadWord(units + places[block]);
-            words[2 * block + 1] = loadWord(units + places[block] + 4);
-        }
-    } else if (length >= 4) {
-        words[0] = loadWord(units);
-        words[1] = loadWord(units + length - 4);
-    } else {
-        std::memcpy(words, units, length * sizeof *units);
-    }
-}
-
-std::uint64_t mixRun(const unsigned short *units, std::size_t length, std::uint64_t salt)
-{
-    unsigned short upper[mostUnitsAtOnce];
-    copyUpper(units, upper, static_cast<int>(length));
-    Words words = {};
-    readWords(upper, length, words);
-    const auto &[a, b, c, d, e, f] = words;
-    if (((a | b | c | d | e | f) & nonAsciiBits) == 0)
-        return mixBlocks(packCaseless(a, b), packCaseless(c, d), packCaseless(e, f), salt);
-    return mixBlocks(a, c, e, mixBlocks(b, d, f, salt));
+    unsigned short caseless[mostUnitsOfRun] = {};
+    copyUpper(units, caseless, static_cast<int>(length));
+    for (unsigned short &unit : caseless)
+        if (unit < lowestNonAscii)
+            unit &= caselessAsciiBits;
+    // A very short name ends in zeros.
+    const RunPlaces places(std::max(length, leastUnitsOfRun));
+    return mixSums(NameRun(caseless, places).sums(), salt);
 }
 
 } // namespace
@@ -55,9 +36,9 @@ unsigned chainHashOfAny(const unsigned short *units)
 unsigned nameHashOfAny(const unsigned short *units, std::size_t length)
 {
     std::uint64_t salt = length;
-    for (; length > mostUnitsAtOnce; units += mostUnitsAtOnce, length -= mostUnitsAtOnce)
-        salt += mixRun(units, mostUnitsAtOnce, salt);
-    return static_cast<unsigned>(mixRun(units, length, salt));
+    for (; length > mostUnitsOfRun; units += mostUnitsOfRun, length -= mostUnitsOfRun)
+        salt = mixUnits(units, mostUnitsOfRun, salt);
+    return static_cast<unsigned>(mixUnits(units, length, salt));
 }
 
 } // namespace Tavrin::detail

@@ -37,11 +37,7 @@ struct alignas(64) NameGroup
     static constexpr unsigned countShift = 56;
     static constexpr std::uint64_t mostPassed = 255;
 
-    static std::uint64_t tagOf(unsigned nameHash)
-    {
-        const unsigned tag = nameHash >> 24;
-        return tag < leastTag ? tag + leastTag : tag;
-    }
+    static std::uint64_t tagOf(unsigned nameHash) { return nameHash >> 24 | leastTag; }
 
     // The places whose byte is 0, as the top bits of their bytes. The lowest one is right; above it
     // there may be false ones, whose byte is 1.
@@ -80,16 +76,19 @@ struct alignas(64) NameGroup
 static_assert(sizeof(NameGroup) == 64, "a group is one line of the cache");
 
 // The common case is written out: the first tag that matches is that of the item, no other key
-// differs from it only in case, and a name that is missing has no tag like it.
-inline HashItem *NameIndex::find(const String &name, unsigned nameHash, bool ignoreCase) const
+// differs from it only in case, and a name that is missing has no tag like it. `isEqual` compares
+// the name with a key.
+template <class IsEqual>
+HashItem *NameIndex::find(const String &name, unsigned nameHash, bool ignoreCase,
+                          IsEqual isEqual) const
 {
     const NameGroup &group = groups[nameHash & mask];
     const std::uint64_t found = group.matches(NameGroup::tagOf(nameHash));
     if (found != 0) {
         HashItem *item = group.items[NameGroup::lowestOf(found)];
-        if (item->nameHash == nameHash && item->variant == item && areEqualNames(item->key, name))
+        if (item->nameHash == nameHash && item->variant == item && isEqual(item->key)) [[likely]]
             return item;
-    } else if (!group.sendsOn()) {
+    } else if (!group.sendsOn()) [[likely]] {
         return nullptr;
     }
     return findAny(name, nameHash, ignoreCase);
