@@ -33,7 +33,7 @@ inline bool areEqualNames(const String &a, const String &b)
         const RunPlaces places(length);
         return NameRun(left, places) == NameRun(right, places);
     }
-    return equalUnits(left, right, a.length());
+    return std::memcmp(left, right, length * sizeof *left) == 0;
 }
 
 // Whether the names are equal but for the case of their units.
