@@ -364,10 +364,11 @@ private:
         clear();
     }
 
-    // Releases what a payload kind holds and becomes `kind`, with a value of zero.
+    // Releases what a payload kind holds and becomes `kind`, with a value of zero. What an object
+    // assigns while it is released goes, too.
     void begin(VariantType kind, unsigned bits = 0)
     {
-        if (type >= kObject) [[unlikely]]
+        while (type >= kObject) [[unlikely]]
             doErase();
         value.bits = 0;
         type = kind;

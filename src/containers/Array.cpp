@@ -149,26 +149,23 @@ void Array::setLength(unsigned int newLength)
 }
 
 // The elements behind the end are erased one by one while the array is whole, because what they
-// hold may run code of a script that uses the array.
+// hold may run code of a script that uses the array, gives it another record or shares this one.
 void Array::truncate(unsigned int newLength)
 {
     ArrayData *const record = data;
-    for (unsigned index = newLength; index < record->dense->used; ++index) {
+    const auto isOwn = [=, this] { return data == record && !record->isShared(); };
+    for (unsigned index = newLength; isOwn() && index < record->dense->used; ++index)
         record->dense->items()[index].erase();
-        if (data != record)
-            return;
-    }
-    if (record->sparse != nullptr)
+    if (isOwn() && record->sparse != nullptr)
         detail::forEachSparse(*record->sparse, [=](unsigned index, Variant *element) {
-            if (index < newLength)
+            if (index < newLength || !isOwn())
                 return;
             record->sparse->remove(index);
             detail::deleteOnHeap(element);
         });
-    if (data != record)
-        return;
-    if (record->isShared()) {
-        unique(newLength);
+    if (!isOwn()) {
+        if (data == record)
+            unique(newLength);
         return;
     }
     for (; record->dense->used > newLength; --record->dense->used)

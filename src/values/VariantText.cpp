@@ -145,9 +145,12 @@ void Variant::doToString(int radix) const
         ::new (static_cast<void *>(textStorage)) String();
     setNumAttrs();
     try {
-        // Not into the slot: an object that is asked for its text may look at this value.
+        // Not into the slot: an object that is asked for its text may use this value, and even give
+        // it another one.
         String text = std::move(textSlot());
         VariantAccess::writeText(*this, radix, text);
+        if (hasCurrentText())
+            return;
         textSlot() = std::move(text);
         if (type == kNumber)
             attrs |= TEXT_VALID;

@@ -169,7 +169,7 @@ TEST_F(VariantAssignmentTest, ACopyOfAPinnedStringIsItsOwn)
     EXPECT_EQ(described(value), "string abc");
     EXPECT_NE(value.getString().wstr(), pinned.wstr());
     Variant assigned("def");
-    assigned = value;
+    assigned = pinned;
     EXPECT_EQ(described(assigned), "string abc");
-    EXPECT_NE(assigned.getString().wstr(), value.getString().wstr());
+    EXPECT_NE(assigned.getString().wstr(), pinned.wstr());
 }

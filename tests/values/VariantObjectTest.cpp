@@ -108,13 +108,18 @@ TEST_F(VariantObjectTest, AnObjectMayAssignToItsHolderWhileItIsDestroyed)
 {
     Variant value;
     auto *object = new FakeObject;
-    object->onDestroy = [&value] {
-        EXPECT_EQ(described(value), "number 5");
-        value = "set by the object";
-    };
+    object->onDestroy = [&value] { value = test::listOf({"by the object"}); };
     value.setJSObject(object);
     value = 5;
     EXPECT_EQ(described(value), "number 5");
+    object = new FakeObject;
+    object->onDestroy = [&value] {
+        EXPECT_EQ(described(value), "array [1]");
+        value = test::listOf({"by the object"});
+    };
+    value.setJSObject(object);
+    value = Variant(test::listOf({1}));
+    EXPECT_EQ(described(value), "array [by the object]");
 }
 
 TEST_F(VariantObjectTest, AHolderIsUndefinedWhenItsObjectIsDestroyed)
@@ -422,7 +427,28 @@ TEST_F(VariantObjectTest, AnObjectMayLetItsHolderGoWhileItIsAsked)
         value.erase();
         text = "gone";
     };
-    EXPECT_EQ(test::bytesOf(value.toString()), "undefined");
+    EXPECT_EQ(test::bytesOf(value.getString()), "gone");
+    EXPECT_FALSE(value.isDefined());
+}
+
+TEST_F(VariantObjectTest, AnObjectMayGiveItsHolderAnotherValueWhileItIsAskedForItsText)
+{
+    Variant value;
+    auto *object = new FakeObject("it");
+    object->onToString = [&value](String &text) {
+        value = "another";
+        text = "its text";
+    };
+    value.setJSObject(object);
+    EXPECT_EQ(test::bytesOf(value.getString()), "another");
+    EXPECT_EQ(described(value), "string another");
+    auto *second = new FakeObject("second");
+    second->onToString = [&value](String &) {
+        value = 255;
+        static_cast<void>(value.getString());
+    };
+    value.setJSObject(second);
+    EXPECT_EQ(test::bytesOf(value.getString()), "255");
 }
 
 // Text
