@@ -44,11 +44,18 @@ BinaryParts partsOf(double value)
     return {mantissa << shift, std::max(biased, 1) - exponentBias - mantissaBits - shift};
 }
 
-// The exponent of the highest power of ten that is not above 2^exponent.
-int decimalExponentOfPowerOfTwo(int exponent)
+// The exponent of the highest power of ten that is not above the number: right, or, for one in
+// forty, one less.
+int decimalExponent(const BinaryParts &parts)
 {
-    // log10(2) as 315653 / 2^20, which is right for every exponent of a double.
-    return static_cast<int>((std::int64_t{exponent} * 315653) >> 20);
+    // The binary logarithm with 16 bits of fraction, those of the mantissa: a little too small.
+    constexpr int fractionBits = 16;
+    const std::int64_t logarithm =
+        (std::int64_t{parts.exponent + wordBits - 1} << fractionBits) +
+        static_cast<std::int64_t>(parts.mantissa << 1 >> (wordBits - fractionBits));
+    // Times log10(2) as 315652 / 2^20, which is too small, too; rounded down.
+    constexpr std::int64_t log10Of2 = 315652;
+    return static_cast<int>((logarithm * log10Of2) >> (20 + fractionBits));
 }
 
 // A number of 192 bits.
@@ -132,9 +139,7 @@ Scientific roundedToDigits(double value, int count) noexcept
 {
     if (value == 0)
         return {0, 0};
-    const BinaryParts parts = partsOf(value);
-    // The exponent of the highest power of ten that is not above the top bit: right, or one less.
-    const int estimate = decimalExponentOfPowerOfTwo(parts.exponent + wordBits - 1);
+    const int estimate = decimalExponent(partsOf(value));
     for (const int exponent : {estimate, estimate + 1}) {
         const std::optional<std::uint64_t> digits = roundedToPlaces(value, count - 1 - exponent);
         if (!digits)
@@ -159,22 +164,12 @@ void appendFixed(NumberUnits &text, double value, int places) noexcept
         text.append(std::string_view(bytes, end));
         return;
     }
-    const std::uint64_t unit = wholePowersOfTen[static_cast<std::size_t>(places)];
-    text.appendWhole(*digits / unit);
-    if (places > 0) {
-        text.append('.');
-        text.appendDigits(*digits % unit, places);
-    }
+    text.appendDecimal(*digits, std::max(digitCount(*digits), places + 1), places);
 }
 
 void appendMantissa(NumberUnits &text, std::uint64_t digits, int places) noexcept
 {
-    const std::uint64_t unit = wholePowersOfTen[static_cast<std::size_t>(places)];
-    text.append(static_cast<char>('0' + digits / unit));
-    if (places > 0) {
-        text.append('.');
-        text.appendDigits(digits % unit, places);
-    }
+    text.appendDecimal(digits, places + 1, places);
 }
 
 } // namespace Tavrin::detail

@@ -100,11 +100,8 @@ int digitsBeforePoint(double magnitude)
 }
 
 // Removes the zeros at the end of a fraction, and a point with nothing behind it.
-void stripFraction(NumberUnits &text, int first)
+void stripFraction(NumberUnits &text)
 {
-    const unsigned short *const begin = &text[first];
-    if (std::find(begin, static_cast<const unsigned short *>(text.end()), '.') == text.end())
-        return;
     int length = text.length();
     while (text[length - 1] == '0')
         --length;
@@ -121,6 +118,14 @@ void appendPlaces(NumberUnits &text, int printed, int wanted)
         text.append('0');
 }
 
+void finishFraction(NumberUnits &text, int places, int precision, NumberForm form)
+{
+    if (form != NumberForm::shortest)
+        appendPlaces(text, places, precision);
+    else if (places > 0)
+        stripFraction(text);
+}
+
 void appendFixedForm(NumberUnits &text, double magnitude, int precision, NumberForm form)
 {
     const int first = text.length();
@@ -130,22 +135,15 @@ void appendFixedForm(NumberUnits &text, double magnitude, int precision, NumberF
     appendFixed(text, magnitude, places);
     if (places == 0)
         clearLastDigits(text, first);
-    if (form == NumberForm::shortest)
-        stripFraction(text, first);
-    else
-        appendPlaces(text, places, precision);
+    finishFraction(text, places, precision, form);
 }
 
 void appendExponentialForm(NumberUnits &text, double magnitude, int precision, NumberForm form)
 {
-    const int first = text.length();
     const int places = std::min(precision, mostPlaces);
     const Scientific rounded = roundedToDigits(magnitude, places + 1);
     appendMantissa(text, rounded.digits, places);
-    if (form == NumberForm::shortest)
-        stripFraction(text, first);
-    else
-        appendPlaces(text, places, precision);
+    finishFraction(text, places, precision, form);
     text.append('e');
     text.append(rounded.exponent < 0 ? '-' : '+');
     text.appendWhole(static_cast<std::uint64_t>(std::abs(rounded.exponent)));
@@ -183,20 +181,19 @@ void formatNumber(double value, int radix, int precision, NumberForm form, Strin
         else
             appendInRadix(text, value, radix);
     }
-    StringAccess::assign(out, text.view());
+    const UnitView view = text.view();
+    copyUnits(StringAccess::overwrite(out, view.length), view.units, view.length);
 }
 
 void formatInteger(int value, String &out)
 {
-    constexpr int room = 11;
-    unsigned short units[room];
-    const auto magnitude =
-        value < 0 ? 0U - static_cast<unsigned>(value) : static_cast<unsigned>(value);
-    const int count = digitCount(magnitude);
-    const int sign = value < 0 ? 1 : 0;
+    const unsigned sign = value < 0 ? 1 : 0;
+    const auto magnitude = static_cast<unsigned>(value);
+    const unsigned absolute = sign != 0 ? 0 - magnitude : magnitude;
+    const int count = digitCount(absolute);
+    unsigned short *const units = StringAccess::overwrite(out, count + static_cast<int>(sign));
     units[0] = '-';
-    writeDigits(units + sign, magnitude, count);
-    StringAccess::assign(out, {units, count + sign});
+    writeDigits(units + sign, absolute, count);
 }
 
 } // namespace Tavrin::detail

@@ -11,6 +11,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <limits>
 #include <string_view>
@@ -53,6 +54,8 @@ public:
 
     int at = 0;
 
+    int unitsLeft() const { return text.length() - at; }
+    const unsigned short *place() const { return units + at; }
     unsigned short unit() const { return units[at]; }
     unsigned short next() const { return units[at + 1]; }
     bool isAtEnd() const { return at == text.length(); }
@@ -105,7 +108,7 @@ public:
     // The end of each scan: the text from here on is the rest.
     double finish(double magnitude) const
     {
-        const double result = isFollowedRightly() ? magnitude : notANumber;
+        const double result = isAtEnd() || isFollowedRightly() ? magnitude : notANumber;
         return fail(isNegative ? -result : result);
     }
     double fail(double result = notANumber) const
@@ -148,18 +151,20 @@ constexpr auto powerProducts = [] {
     return powers;
 }();
 
+constexpr int mostDigits = 18;
+
 // A decimal text: whole * 10^scale.
 struct Decimal
 {
     std::uint64_t whole = 0;
     std::int64_t scale = 0;
-    int positions = 0; // digits from the first one that is not 0
+    int positions = 0; // digits from the first one that is not 0, if they are many
     bool hasDigits = false;
 };
 
-Decimal scanDigits(Scanner &text)
+// Digits that do not all fit: those behind the 18th from the first that is not 0 are dropped.
+Decimal scanManyDigits(Scanner &text)
 {
-    constexpr int mostDigits = 18;
     Decimal number;
     bool isFraction = false;
     for (;; ++text.at) {
@@ -183,6 +188,60 @@ Decimal scanDigits(Scanner &text)
             number.scale += isFraction ? 0 : 1;
         }
     }
+}
+
+// Four units in one word, the first one lowest.
+constexpr std::uint64_t eachUnit = 0x0001'0001'0001'0001;
+
+bool areFourDigits(std::uint64_t units)
+{
+    // "0" to "9" are 0x30 to 0x39: neither they nor what is 6 above them leaves that row.
+    constexpr std::uint64_t row = 0xFFF0 * eachUnit;
+    return (units & row) == 0x30 * eachUnit && ((units + 6 * eachUnit) & row) == 0x30 * eachUnit;
+}
+
+// The top lane of the product adds up a thousand times the first digit to once the last one.
+unsigned valueOfFourDigits(std::uint64_t units)
+{
+    constexpr std::uint64_t weights = 1 + (10ULL << 16) + (100ULL << 32) + (1000ULL << 48);
+    return static_cast<unsigned>((units - 0x30 * eachUnit) * weights >> 48);
+}
+
+// Appends a run of digits to the number, modulo 2^64.
+std::uint64_t appendDigits(Scanner &text, std::uint64_t number)
+{
+    if constexpr (std::endian::native == std::endian::little) {
+        for (; text.unitsLeft() >= 4; text.at += 4) {
+            std::uint64_t units = 0;
+            std::memcpy(&units, text.place(), sizeof units);
+            if (!areFourDigits(units))
+                break;
+            number = number * 10'000 + valueOfFourDigits(units);
+        }
+    }
+    for (; isDigit(text.unit()); ++text.at)
+        number = number * 10 + (text.unit() - unsigned{'0'});
+    return number;
+}
+
+Decimal scanDigits(Scanner &text)
+{
+    const int first = text.at;
+    Decimal number;
+    number.whole = appendDigits(text, 0);
+    int digits = text.at - first;
+    if (text.unit() == '.') {
+        const int point = text.at++;
+        number.whole = appendDigits(text, number.whole);
+        const int places = text.at - point - 1;
+        number.scale = -places;
+        digits += places;
+    }
+    number.hasDigits = digits > 0;
+    if (digits <= mostDigits)
+        return number;
+    text.at = first;
+    return scanManyDigits(text);
 }
 
 // Behind the marker. False when no digit follows it.
@@ -329,9 +388,9 @@ double scanDouble(const String &string, int flags, String *rest)
         return text.failAtSign();
     if (text.unit() == '0' && (text.next() == 'x' || text.next() == 'X'))
         return scanInteger(string, 16, flags, rest);
-    if (text.takes(u"Infinity"))
+    if (text.unit() == 'I' && text.takes(u"Infinity"))
         return text.finish(infinity);
-    if (text.takes(u"NaN"))
+    if (text.unit() == 'N' && text.takes(u"NaN"))
         return text.finish(notANumber);
     Decimal number = scanDigits(text);
     if (!number.hasDigits)

@@ -19,17 +19,39 @@ inline constexpr auto digitPairs = [] {
     return pairs;
 }();
 
+inline void writePair(unsigned short *to, unsigned number) noexcept
+{
+    std::memcpy(to, digitPairs[number].data(), 2 * sizeof *to);
+}
+
+// Writes the lowest eight decimal digits, as two chains of divisions that do not wait for each
+// other.
+inline void writeEightDigits(unsigned short *to, std::uint32_t number) noexcept
+{
+    const std::uint32_t high = number / 10000;
+    const std::uint32_t low = number % 10000;
+    writePair(to, high / 100);
+    writePair(to + 2, high % 100);
+    writePair(to + 4, low / 100);
+    writePair(to + 6, low % 100);
+}
+
 // Writes the lowest `count` decimal digits of the number, with leading zeros.
 inline void writeDigits(unsigned short *to, std::uint64_t number, int count) noexcept
 {
-    unsigned short *at = to + count;
-    while (at - to >= 2) {
-        at -= 2;
-        std::memcpy(at, digitPairs[number % 100].data(), 2 * sizeof *at);
-        number /= 100;
+    constexpr std::uint32_t eightDigits = 100'000'000;
+    for (; count >= 8; number /= eightDigits) {
+        count -= 8;
+        writeEightDigits(to + count, static_cast<std::uint32_t>(number % eightDigits));
     }
-    if (at != to)
-        *to = static_cast<unsigned short>('0' + number % 10);
+    for (auto rest = static_cast<std::uint32_t>(number % eightDigits); count > 0; rest /= 100) {
+        if (count == 1) {
+            *to = static_cast<unsigned short>('0' + rest % 10);
+            return;
+        }
+        count -= 2;
+        writePair(to + count, rest % 100);
+    }
 }
 
 inline constexpr auto wholePowersOfTen = [] {
@@ -79,6 +101,17 @@ public:
         length_ += count;
     }
     void appendWhole(std::uint64_t number) { appendDigits(number, digitCount(number)); }
+    // Appends so many digits with a point in front of the last `places`; none for no places.
+    void appendDecimal(std::uint64_t number, int count, int places)
+    {
+        if (places == 0)
+            return appendDigits(number, count);
+        writeDigits(end() + 1, number, count);
+        for (int whole = count - places; whole > 0; --whole, ++length_)
+            units[length_] = units[length_ + 1];
+        units[length_] = '.';
+        length_ += places + 1;
+    }
 
 private:
     int length_ = 0;

@@ -126,6 +126,21 @@ struct StringAccess
     // Makes it a string of exactly these units, which may be a part of it; keeps its block if the
     // text fits.
     static void assign(String &string, UnitView text) { string.assignUnits(text); }
+    // Gives the old text up and returns the place for so many units, at least one; keeps the block
+    // if they fit.
+    static unsigned short *overwrite(String &string, int length)
+    {
+        StringBuffer &own = *string.buffer;
+        if (own.isShared() || !own.keepsBlockFor(length)) {
+            const unsigned pin = own.capacityWord & StringBuffer::pinnedFlag;
+            string.init(length);
+            string.buffer->capacityWord |= pin;
+            return string.buffer->text;
+        }
+        own.length = length;
+        own.text[length] = 0;
+        return own.text;
+    }
     // Moves a text that shares its buffer with no other, and keeps the string pinned if it is.
     static void take(String &string, String &&text)
     {
