@@ -28,24 +28,18 @@ struct Job
     const char *word; // may be null
 };
 
-std::string wordingOf(int code)
-{
-    switch (code) {
-    case 37:
-        return "character conversion error";
-    case 38:
-        return "partial multibyte character found";
-    case 44:
-        return "cannot convert";
-    default:
-        return "error " + std::to_string(code);
-    }
-}
-
 // For the terminal, which takes UTF-8.
 std::string shown(const String &text)
 {
     return text.encode(&Encoder::getUtf8());
+}
+
+// In the words of the library, which may be the user's language.
+std::string wordingOf(int code)
+{
+    String message;
+    TvGetErrorMsg(code, message);
+    return shown(message);
 }
 
 String textOf(unsigned short unit)
