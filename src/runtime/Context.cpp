@@ -129,7 +129,8 @@ void *ContextState::operator new(std::size_t size)
     return storage;
 }
 
-void ContextState::operator delete(void *storage) noexcept
+// Not inlined: with one half inlined and the other not, GCC takes the two for a mismatch.
+[[gnu::noinline]] void ContextState::operator delete(void *storage) noexcept
 {
     std::free(storage);
 }
