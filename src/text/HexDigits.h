@@ -1,18 +1,31 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <array>
+#include <cstddef>
+
 namespace Tavrin::detail {
 
 inline constexpr char upperHexDigits[] = "0123456789ABCDEF";
 inline constexpr char lowerHexDigits[] = "0123456789abcdef";
 
-// The value of a hexadecimal digit in either case; 16 or more for any other unit.
+inline constexpr auto hexDigitValues = [] {
+    std::array<unsigned char, 128> values{};
+    for (std::size_t unit = 0; unit < values.size(); ++unit) {
+        const std::size_t lower = unit | 0x20;
+        const bool isLetter = lower >= 'a' && lower <= 'f';
+        const bool isDigit = unit >= '0' && unit <= '9';
+        values[unit] = static_cast<unsigned char>(isDigit    ? unit - '0'
+                                                  : isLetter ? lower - 'a' + 10
+                                                             : 16);
+    }
+    return values;
+}();
+
+// The value of a hexadecimal digit in either case; 16 for any other unit.
 constexpr unsigned hexDigitValue(unsigned short unit) noexcept
 {
-    if (unit >= '0' && unit <= '9')
-        return unit - unsigned{'0'};
-    const unsigned lower = unit | 0x20U;
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : 16;
+    return unit < hexDigitValues.size() ? hexDigitValues[unit] : 16;
 }
 
 // The digit of the low four bits.

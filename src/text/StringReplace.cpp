@@ -19,23 +19,55 @@ using detail::WideText;
 
 namespace {
 
-// Calls `visit` with the position of each match, from the one at `first` on.
-template <class Visit>
-int forEachMatch(UnitView text, UnitView pattern, int first, Visit visit)
+// The matches of a pattern, from a first one on. The first ones are kept, so that a second walk
+// finds them without a search.
+class Matches
 {
-    int count = 0;
-    for (int at = first; at >= 0; at = detail::findForward(text, pattern, at + pattern.length)) {
-        visit(at);
-        ++count;
+public:
+    Matches(UnitView text, UnitView pattern, int first) : text(text), pattern(pattern), first(first)
+    {}
+
+    int count()
+    {
+        int found = 0;
+        for (int at = first; at >= 0; at = behind(at), ++found)
+            if (found < room)
+                positions[found] = at;
+        kept = std::min(found, room);
+        return found;
     }
-    return count;
-}
+
+    // Calls `visit` with each position. Those that are kept were found before.
+    template <class Visit>
+    int forEach(Visit visit) const
+    {
+        for (int index = 0; index < kept; ++index)
+            visit(positions[index]);
+        int found = kept;
+        for (int at = kept == 0 ? first : behind(positions[kept - 1]); at >= 0; at = behind(at)) {
+            visit(at);
+            ++found;
+        }
+        return found;
+    }
+
+private:
+    static constexpr int room = 1024;
+
+    int behind(int at) const { return detail::findForward(text, pattern, at + pattern.length); }
+
+    UnitView text;
+    UnitView pattern;
+    int first;
+    int kept = 0;
+    int positions[room];
+};
 
 // Copies the text with every match replaced. `to` may be the text itself when the replacement is
 // not longer than the pattern.
 template <class Copy>
-int replaceMatches(UnitView text, UnitView from, UnitView with, int first, unsigned short *to,
-                   int &newLength, Copy copy)
+int replaceMatches(const Matches &matches, UnitView text, int matchLength, UnitView with,
+                   unsigned short *to, int &newLength, Copy copy)
 {
     int read = 0;
     int write = 0;
@@ -43,11 +75,11 @@ int replaceMatches(UnitView text, UnitView from, UnitView with, int first, unsig
         copy(to + write, text.units + read, end - read);
         write += end - read;
     };
-    const int count = forEachMatch(text, from, first, [&](int at) {
+    const int count = matches.forEach([&](int at) {
         keepUpTo(at);
         detail::copyUnits(to + write, with.units, with.length);
         write += with.length;
-        read = at + from.length;
+        read = at + matchLength;
     });
     keepUpTo(text.length);
     newLength = write;
@@ -90,29 +122,30 @@ int String::replaceAllUnits(const UnitView &from, const UnitView &to, int start)
     if (first < 0)
         return 0;
     int newLength = 0;
+    Matches matches(text, from, first);
     if (to.length <= from.length && !buffer->isShared()) {
         if (holds(from.units) || holds(to.units)) {
             const String keptFrom = StringAccess::make(from);
             const String keptTo = StringAccess::make(to);
             return replaceAllUnits(StringAccess::view(keptFrom), StringAccess::view(keptTo), first);
         }
-        const int count =
-            replaceMatches(text, from, to, first, buffer->text, newLength, detail::moveUnits);
+        const int count = replaceMatches(matches, text, from.length, to, buffer->text, newLength,
+                                         detail::moveUnits);
         adjust(newLength);
         return count;
     }
-    const int matches = forEachMatch(text, from, first, [](int) {});
+    const int count = matches.count();
     const std::int64_t growth = std::int64_t{to.length} - from.length;
-    newLength = detail::checkedLength(text.length + matches * growth);
+    newLength = detail::checkedLength(text.length + count * growth);
     if (newLength == 0) {
         erase();
-        return matches;
+        return count;
     }
     StringBuffer *fresh = detail::makeBuffer(newLength);
     fresh->capacityWord |= buffer->capacityWord & StringBuffer::pinnedFlag;
-    replaceMatches(text, from, to, first, fresh->text, newLength, detail::copyUnits);
+    replaceMatches(matches, text, from.length, to, fresh->text, newLength, detail::copyUnits);
     adopt(fresh);
-    return matches;
+    return count;
 }
 
 int String::replace(const String &from, const String &to, int start)

@@ -10,6 +10,8 @@
 #include <tavrin/Encoder.h>
 #include <tavrin/String.h>
 
+// The same door, for the usual encoder.
+#include "encoders/Utf8.h"
 #include "text/HexDigits.h"
 #include "text/StringAccess.h"
 
@@ -90,47 +92,101 @@ bool encodeUri(String &text, const KeptBytes &kept)
     return true;
 }
 
-// The bytes of a run of escapes.
-class EscapedBytes
+// Decoding. Each run of escapes is decoded by itself, and what it gives may depend on where it
+// ends. It does not when all of the text, its plain units taken as bytes, is well-formed: then no
+// character reaches beyond its run, and one call decodes everything.
+
+constexpr int notAnEscape = -1;
+
+// The byte of the escape there, or notAnEscape. The 0 unit behind the text is no digit.
+int escapedByte(const unsigned short *escape)
 {
-public:
-    // How many there are from here on; -1 if one is no escape.
-    static int countAt(UnitView text, int at)
-    {
-        int count = 0;
-        for (; at < text.length && text.units[at] == '%'; at += escapeLength, ++count)
-            // The 0 unit behind the text is no digit.
-            if (detail::hexDigitValue(text.units[at + 1]) > 15 ||
-                detail::hexDigitValue(text.units[at + 2]) > 15)
-                return -1;
-        return count;
-    }
+    const unsigned high = detail::hexDigitValue(escape[1]);
+    if (high > 15)
+        return notAnEscape;
+    const unsigned low = detail::hexDigitValue(escape[2]);
+    return low > 15 ? notAnEscape : static_cast<int>(high << 4 | low);
+}
 
-    // What the bytes of so many escapes stand for.
-    const String &decode(const unsigned short *escapes, int count, const Encoder *encoder)
-    {
-        char *bytes = few.data();
-        if (count > static_cast<int>(few.size())) {
-            many.init(count / 2 + 1);
-            bytes = reinterpret_cast<char *>(StringAccess::units(many));
-        }
-        for (int index = 0; index < count; ++index, escapes += escapeLength)
-            bytes[index] = static_cast<char>(detail::hexDigitValue(escapes[1]) << 4 |
-                                             detail::hexDigitValue(escapes[2]));
-        text.erase();
-        if (encoder != nullptr)
-            text.decode(bytes, count, encoder);
-        // D-141: one for all of them.
-        if (text.length() == 0)
-            text = '?';
-        return text;
-    }
-
-private:
-    std::array<char, 512> few;
-    String many;
-    String text;
+enum class Outcome
+{
+    done,
+    wrongEscape,
+    undecided, // the runs have to be taken one by one
 };
+
+Outcome decodeWhole(UnitView text, String &result)
+{
+    String storage;
+    storage.init(text.length / 2 + 1);
+    char *const bytes = reinterpret_cast<char *>(StringAccess::units(storage));
+    char *byte = bytes;
+    const unsigned short *const end = text.units + text.length;
+    for (const unsigned short *unit = text.units; unit != end;) {
+        if (*unit != '%') {
+            if (*unit >= asciiCount)
+                return Outcome::undecided;
+            *byte++ = static_cast<char>(*unit++);
+            continue;
+        }
+        const int value = escapedByte(unit);
+        if (value == notAnEscape)
+            return Outcome::wrongEscape;
+        *byte++ = static_cast<char>(value);
+        unit += escapeLength;
+    }
+    const auto count = static_cast<int>(byte - bytes);
+    result.init(count);
+    const detail::Conversion conversion =
+        detail::decodeUtf8(bytes, count, StringAccess::units(result), count);
+    result.adjust(conversion.produced);
+    return conversion.code == 0 ? Outcome::done : Outcome::undecided;
+}
+
+// How many escapes follow each other from here on; notAnEscape if one is none.
+int countEscapes(UnitView text, int at)
+{
+    int count = 0;
+    for (; at < text.length && text.units[at] == '%'; at += escapeLength, ++count)
+        if (escapedByte(text.units + at) == notAnEscape)
+            return notAnEscape;
+    return count;
+}
+
+// What the bytes of so many escapes stand for.
+String decodedRun(const unsigned short *escapes, int count, const Encoder *encoder)
+{
+    String storage;
+    storage.init(count / 2 + 1);
+    char *const bytes = reinterpret_cast<char *>(StringAccess::units(storage));
+    for (int at = 0; at < count; ++at)
+        bytes[at] = static_cast<char>(escapedByte(escapes + at * escapeLength));
+    String decoded;
+    if (encoder != nullptr)
+        decoded.decode(bytes, count, encoder);
+    // D-141: one for all of them.
+    if (decoded.length() == 0)
+        decoded = '?';
+    return decoded;
+}
+
+Outcome decodeByRuns(UnitView text, const Encoder *encoder, String &result)
+{
+    result.erase();
+    for (int at = 0; at < text.length;) {
+        const int found = detail::findUnit(text.units + at, text.length - at, '%');
+        const int plain = found < 0 ? text.length - at : found;
+        result.append(text.units + at, plain);
+        at += plain;
+        const int count = countEscapes(text, at);
+        if (count == notAnEscape)
+            return Outcome::wrongEscape;
+        if (count > 0)
+            result.append(decodedRun(text.units + at, count, encoder));
+        at += count * escapeLength;
+    }
+    return Outcome::done;
+}
 
 } // namespace
 
@@ -147,24 +203,17 @@ bool String::encodeURI(const unsigned short *keep)
 bool String::decodeURI()
 {
     const UnitView text = StringAccess::view(*this);
-    int at = detail::findUnit(text.units, text.length, '%');
-    if (at < 0)
+    if (detail::findUnit(text.units, text.length, '%') < 0)
         return true;
     const Encoder *encoder = utf8();
-    EscapedBytes bytes;
     String result;
-    result.append(text.units, at);
-    while (at < text.length) {
-        const int count = EscapedBytes::countAt(text, at);
-        if (count < 0)
-            return false;
-        result.append(bytes.decode(text.units + at, count, encoder));
-        at += count * escapeLength;
-        const int found = detail::findUnit(text.units + at, text.length - at, '%');
-        const int plain = found < 0 ? text.length - at : found;
-        result.append(text.units + at, plain);
-        at += plain;
-    }
+    Outcome outcome = Outcome::undecided;
+    if (encoder == &Encoder::getUtf8())
+        outcome = decodeWhole(text, result);
+    if (outcome == Outcome::undecided)
+        outcome = decodeByRuns(text, encoder, result);
+    if (outcome == Outcome::wrongEscape)
+        return false;
     StringAccess::take(*this, std::move(result));
     return true;
 }

@@ -8,6 +8,8 @@
 // progress made, the text is of the kind that makes this quadratic, and the rest goes to the linear
 // search of TwoWaySearch.h.
 
+#include <cstring>
+
 #include "text/TwoWaySearch.h"
 #include "text/UnitEqualityKernels.h"
 
@@ -100,6 +102,26 @@ int probeOf(const unsigned short *pattern, int m) noexcept
     return m - 1;
 }
 
+// How much of the pattern, of m units, stands there: m when all of it does. A short pattern is
+// compared by its two ends, without a loop.
+template <class Lanes>
+int matchAt(const unsigned short *text, const unsigned short *pattern, int m) noexcept
+{
+    constexpr int endUnits = sizeof(std::uint64_t) / sizeof(unsigned short);
+    if (m < endUnits)
+        return firstDifference<Lanes>(text, pattern, m);
+    const auto differ = [&](int at) {
+        std::uint64_t a = 0;
+        std::uint64_t b = 0;
+        std::memcpy(&a, text + at, sizeof a);
+        std::memcpy(&b, pattern + at, sizeof b);
+        return a != b;
+    };
+    if (differ(0) || differ(m - endUnits))
+        return 0;
+    return m <= 2 * endUnits ? m : firstDifference<Lanes>(text, pattern, m);
+}
+
 template <class Lanes>
 class FalseCandidates
 {
@@ -159,7 +181,7 @@ int findPattern(const unsigned short *text, int n, const unsigned short *pattern
             continue;
         do {
             const int lane = Order::template lane<Lanes>(candidates);
-            const int matched = firstDifference<Lanes>(text + at + lane, pattern, m);
+            const int matched = matchAt<Lanes>(text + at + lane, pattern, m);
             if (matched == m)
                 return at + lane;
             wrong.add(matched);
