@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Filling the arguments into a localised text. An argument may be a script object, whose text is
-// the work of a script: nothing is remembered of the list across that but its length, and the text
-// is the caller's. Pinned by tests/containers/LocalizerTextTest.cpp.
+// the work of a script, which may change the list: nothing is remembered of the list across that
+// but its length. Pinned by tests/containers/LocalizerArgumentsTest.cpp.
 #include "containers/LocalizerText.h"
 
 #include <algorithm>
@@ -31,6 +31,13 @@ std::uint64_t readNumber(const String &text, int &index)
     return number;
 }
 
+// The element is held while its text is made. A copy of a regular expression would have lost its
+// text, which no script makes.
+String textOf(const Variant &element)
+{
+    return element.getType() == kRegExp ? element.toString() : Variant(element).toString();
+}
+
 } // namespace
 
 String fillPlaceholders(const String &text, const Array *args)
@@ -54,7 +61,7 @@ String fillPlaceholders(const String &text, const Array *args)
         }
         const std::uint64_t number = readNumber(source, kept);
         if (number >= 1 && number <= count)
-            filled.append((*args)[static_cast<unsigned>(number - 1)].toString());
+            filled.append(textOf((*args)[static_cast<unsigned>(number - 1)]));
     }
     if (kept < source.length())
         filled.append(source.wstr() + kept, source.length() - kept);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The way of a String to the localisers. Pinned by tests/containers/LocalizerTextTest.cpp.
+// The way of a String to the localisers. Pinned by tests/containers/LocalizerArgumentsTest.cpp.
 #include <tavrin/String.h>
 
 // A door: the operation is String's, and what it does is the localisers'.

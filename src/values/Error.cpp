@@ -2,8 +2,9 @@
 // The handle on a stack of records.
 //
 // Making a record runs code of the host: localisers word it, values and data are copied. That code
-// may throw, and it may push to this very Error. So a record is complete before the stack is looked
-// at, and what is copied is held. Pinned by tests/values/ErrorTest.cpp.
+// may throw, and it may push to this very Error or erase it. So a record is complete before the
+// stack is looked at, and the stack is held meanwhile: what goes into the record may come from it.
+// Pinned by tests/values/ErrorSharingTest.cpp and tests/values/ErrorGuardTest.cpp.
 #include <tavrin/Error.h>
 
 #include <exception>
@@ -57,6 +58,14 @@ ErrorRecords withData(ErrorRecords record, OwnedData &data)
 {
     record.setData(data.release());
     return record;
+}
+
+// What `make` makes, with the records of `error` held until it is done.
+template <class Make>
+ErrorRecords makeHolding(const Error &error, Make make)
+{
+    const Error held(error);
+    return make();
 }
 
 } // namespace
@@ -123,17 +132,16 @@ void Error::pushMade(Make make)
     if (isFixed())
         return;
     const Outcome outcome = runGuarded([&] {
-        ErrorRecords records = make();
+        ErrorRecords records = makeHolding(*this, make);
         if (!unique())
             return;
         if (body == nullptr)
             body = detail::newOnHeap<ErrorData>(ErrorData{nullptr, 1});
         records.linkTo(body->head);
     });
-    if (outcome == Outcome::outOfMemory)
-        become(detail::outOfMemoryError);
-    else if (outcome == Outcome::thrown)
-        become(detail::uncaughtExceptionError);
+    if (outcome != Outcome::done && !isFixed())
+        become(outcome == Outcome::outOfMemory ? detail::outOfMemoryError
+                                               : detail::uncaughtExceptionError);
 }
 
 void Error::push(int code, const String &text, const Cloneable *data, bool useTemplate)
@@ -160,7 +168,7 @@ void Error::push(const ErrorInfo &record)
 
 void Error::push(const Error &other)
 {
-    const Error source(other);
+    const Error source(other); // the copying may change the other one, too
     if (source.getError() != nullptr)
         pushMade([&] { return ErrorRecords::copiesFrom(source.getError()); });
 }
