@@ -146,13 +146,12 @@ void registerPlain(const char *number, const char *boolean)
 template <class Peer>
 void registerPayloads()
 {
-    registerCases(Peer::name,
-                  {
-                      {"value-string", singleThreaded<stringLife<Peer>>, stringUnits},
-                      {"value-string-mt", multiThreaded<stringLife<Peer>>, stringUnits},
-                      {"value-array", singleThreaded<listLife<Peer>>, arrayElements},
-                      {"value-array-mt", multiThreaded<listLife<Peer>>, arrayElements},
-                  });
+    registerCases(Peer::name, {
+                                  {"value-string", singleThreaded<stringLife<Peer>>, stringUnits},
+                                  {"value-string-mt", multiThreaded<stringLife<Peer>>, stringUnits},
+                                  {"value-array", singleThreaded<listLife<Peer>>, arrayElements},
+                                  {"value-array-mt", multiThreaded<listLife<Peer>>, arrayElements},
+                              });
 }
 
 } // namespace
