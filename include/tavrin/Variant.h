@@ -368,8 +368,8 @@ private:
     // assigns while it is released goes, too.
     void begin(VariantType kind, unsigned bits = 0)
     {
-        while (type >= kObject) [[unlikely]]
-            doErase();
+        while (type >= kObject)
+            [[unlikely]] doErase();
         value.bits = 0;
         type = kind;
         attrs = static_cast<std::uint16_t>((attrs & holderMask) | bits);
