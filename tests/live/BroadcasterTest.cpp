@@ -99,8 +99,8 @@ TEST_F(BroadcasterTest, AListenerIsAddedOnce)
 
 TEST_F(BroadcasterTest, AnAnswerOfTrueEndsTheBroadcast)
 {
-    Broadcaster broadcaster;
     Recorder yes(log, "yes", true);
+    Broadcaster broadcaster;
     broadcaster.addListener(a, hello);
     broadcaster.addListener(yes, hello);
     broadcaster.addListener(b, hello);
@@ -110,8 +110,8 @@ TEST_F(BroadcasterTest, AnAnswerOfTrueEndsTheBroadcast)
 
 TEST_F(BroadcasterTest, ThoseWhoHearEverythingComeLastAndAreSparedByAnAnswerOfTrue)
 {
-    Broadcaster broadcaster;
     Recorder yes(log, "yes", true);
+    Broadcaster broadcaster;
     broadcaster.addListener(a, everything);
     broadcaster.addListener(b, hello);
     EXPECT_TRUE(broadcaster.isListening(other));
@@ -128,8 +128,8 @@ TEST_F(BroadcasterTest, ThoseWhoHearEverythingComeLastAndAreSparedByAnAnswerOfTr
 
 TEST_F(BroadcasterTest, TheAnswerOfThoseWhoHearEverythingIsTheResult)
 {
-    Broadcaster broadcaster;
     Recorder yes(log, "yes", true);
+    Broadcaster broadcaster;
     broadcaster.addListener(a, hello);
     broadcaster.addListener(yes, everything);
     broadcaster.addListener(b, everything);
@@ -474,9 +474,9 @@ TEST_F(BroadcasterThreadTest, ListenersAreCalledOneAtATimeFromAnyThread)
 {
     constexpr int threads = 8;
     constexpr int rounds = 500;
-    Broadcaster broadcaster;
     Counter always;
     Counter own[threads];
+    Broadcaster broadcaster;
     broadcaster.addListener(always, hello);
     test::runOnThreads(threads, [&](int index) {
         for (int round = 0; round < rounds; ++round) {
@@ -494,8 +494,8 @@ TEST_F(BroadcasterThreadTest, ListenersAreCalledOneAtATimeFromAnyThread)
 TEST_F(BroadcasterThreadTest, TheFirstListenersOfSeveralThreadsAreAllKept)
 {
     for (int round = 0; round < 200; ++round) {
-        Broadcaster broadcaster;
         Counter own[4];
+        Broadcaster broadcaster;
         test::runOnThreads(4, [&](int index) { broadcaster.addListener(own[index], hello); });
         broadcaster.broadcast(hello);
         for (const Counter &each : own)
