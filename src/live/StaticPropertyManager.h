@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "live/PropertyIndex.h"
+#include "live/PropertyManagerImpl.h"
+
+namespace Tavrin {
+
+// StaticPropertyManager: a host's table, used in place. It is a member of its manager in all but
+// type, so that a manager can be made before there is a heap.
+class StaticPropertyManager final : public LivePropMgrData
+{
+public:
+    // A null pointer counts as an empty table.
+    explicit StaticPropertyManager(const LivePropertyInfo *rows) noexcept;
+
+    // Does nothing: single rows are for the dynamic form.
+    void registerProperty(const char *name, int id, int flags,
+                          const char *description) noexcept override;
+    void registerProperties(const LivePropertyInfo *rows) noexcept override;
+    int getIDForName(const String &name, int &id, InfoType &type,
+                     int flags) const noexcept override;
+    int getNameForID(int id, String &name, int flags) const noexcept override;
+    InfoType getType(int id) const noexcept override;
+    int enumerate(SimpleArray &ids, int flags) const noexcept override;
+    const ServiceInfo *getConstructor(int flags) const noexcept override;
+    const ServiceInfo *getServiceInfo(const String &name, int flags) const noexcept override;
+    const ServiceInfo *getServiceInfo(int id, int flags) const noexcept override;
+    const LivePropertyInfo *getTable() const noexcept override { return table; }
+
+private:
+    const LivePropertyInfo *findName(const String &name, bool ignoreCase, int flags) const noexcept;
+    const LivePropertyInfo *findID(int id) const noexcept;
+
+    const LivePropertyInfo *table;
+    detail::LazyPropertyIndex index;
+};
+
+} // namespace Tavrin
