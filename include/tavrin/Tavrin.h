@@ -11,10 +11,12 @@
 #include <tavrin/HashTable.h>
 #include <tavrin/Heap.h>
 #include <tavrin/InitTerm.h>
+#include <tavrin/LivePropertyManager.h>
 #include <tavrin/Localizer.h>
 #include <tavrin/Lock.h>
 #include <tavrin/Message.h>
 #include <tavrin/Refcountable.h>
+#include <tavrin/Reflection.h>
 #include <tavrin/SimpleArray.h>
 #include <tavrin/SparseArray.h>
 #include <tavrin/String.h>

@@ -21,6 +21,7 @@ constexpr Row startRows[] = {
 
 constexpr Row stopRows[] = {
     {"lock table", stopLockTable},
+    {"property indexes", stopPropertyIndexes},
     {"errors", stopErrors},
     {"weak references", stopWeakReferences},
     {"encoder", stopEncoder},

@@ -13,6 +13,7 @@ void startContext();
 void stopContext();
 void startThread();
 void stopLockTable();
+void stopPropertyIndexes();
 void stopWeakReferences();
 void startString();
 void stopString();
