@@ -121,7 +121,8 @@ ContextState::ContextState()
     enlist(*this);
 }
 
-void *ContextState::operator new(std::size_t size)
+// Neither half is inlined: when only one is, GCC takes the two for a mismatch.
+[[gnu::noinline]] void *ContextState::operator new(std::size_t size)
 {
     void *storage = std::malloc(size);
     if (storage == nullptr)
@@ -129,7 +130,6 @@ void *ContextState::operator new(std::size_t size)
     return storage;
 }
 
-// Not inlined: with one half inlined and the other not, GCC takes the two for a mismatch.
 [[gnu::noinline]] void ContextState::operator delete(void *storage) noexcept
 {
     std::free(storage);

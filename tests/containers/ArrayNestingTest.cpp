@@ -16,7 +16,7 @@ namespace {
 
 using ArrayNestingTest = test::LibraryTest;
 
-constexpr int depth = 200'000;
+constexpr int depth = 100'000;
 
 Array nested(int levels, int leaf)
 {
