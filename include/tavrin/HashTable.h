@@ -52,8 +52,14 @@ public:
     void shrink() noexcept;
     void swap(NameIndex &other) noexcept;
 
-    template <class IsEqual>
-    HashItem *find(const String &name, unsigned nameHash, bool ignoreCase, IsEqual isEqual) const;
+    HashItem *find(const String &name, unsigned nameHash, bool ignoreCase) const;
+    // The first item that may have a name with this hash; without one, whether there is none.
+    struct Candidate
+    {
+        HashItem *item;
+        bool isLast;
+    };
+    Candidate firstCandidate(unsigned nameHash) const;
     // Of the keys that differ only in case, the added one comes first in walking order.
     void add(HashItem *item) noexcept;
     void remove(HashItem *item) noexcept;
@@ -68,7 +74,6 @@ private:
     };
 
     std::optional<Position> locate(const String &name, unsigned nameHash) const;
-    HashItem *findAny(const String &name, unsigned nameHash, bool ignoreCase) const;
     void place(HashItem *item) noexcept;
     void resize(unsigned groupCount);
 
@@ -165,7 +170,6 @@ private:
     template <class Visitor>
     void visitAll(Visitor visit) const;
     HashItem *findInChain(const String &key, bool ignoreCase) const;
-    HashItem *findItem(const String &key, unsigned nameHash, bool ignoreCase) const;
     [[gnu::noinline]] HashItem *findAnyItem(const String &key, bool ignoreCase) const;
     HashItem &add(const String &key, unsigned nameHash, std::int64_t value);
     void growIndex();

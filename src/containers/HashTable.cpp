@@ -187,19 +187,26 @@ void HashTable::getKeys(TSimpleArray<const String> &out) const
     });
 }
 
-// The common case has no call in it, so that it needs no frame.
+// The common cases have no call in them, so that they need no frame: an ASCII name of common length
+// that is missing, and one that is the first candidate and differs from no other key only in case.
+// The hash of a name with other units is wrong here, and whatever is found all the same is right.
 HashItem *HashTable::findItem(const String &key, bool ignoreCase) const
 {
     const std::size_t length = detail::lengthOf(key);
     if (index.isBuilt() && detail::fitsRun(length)) [[likely]] {
+        detail::clearWideRegisters();
         const detail::RunPlaces places(length);
         const detail::NameRun run(key.wstr(), places);
-        if (run.isAscii()) [[likely]]
-            return index.find(key, detail::nameHashOfAscii(run, length), ignoreCase,
-                              [&](const String &other) {
-                                  return detail::lengthOf(other) == length &&
-                                         detail::NameRun(other.wstr(), places) == run;
-                              });
+        const unsigned nameHash = detail::nameHashOfAscii(run, length);
+        const detail::NameIndex::Candidate candidate = index.firstCandidate(nameHash);
+        if (HashItem *item = candidate.item) [[likely]] {
+            if (item->nameHash == nameHash && item->variant == item &&
+                detail::lengthOf(item->key) == length &&
+                detail::NameRun(item->key.wstr(), places) == run) [[likely]]
+                return item;
+        } else if (candidate.isLast && run.isAscii()) [[likely]] {
+            return nullptr;
+        }
     }
     return findAnyItem(key, ignoreCase);
 }
@@ -208,15 +215,7 @@ HashItem *HashTable::findAnyItem(const String &key, bool ignoreCase) const
 {
     if (!index.isBuilt())
         return findInChain(key, ignoreCase);
-    return findItem(key, detail::nameHashOf(key), ignoreCase);
-}
-
-HashItem *HashTable::findItem(const String &key, unsigned nameHash, bool ignoreCase) const
-{
-    if (!index.isBuilt())
-        return findInChain(key, ignoreCase);
-    return index.find(key, nameHash, ignoreCase,
-                      [&](const String &other) { return detail::areEqualNames(other, key); });
+    return index.find(key, detail::nameHashOf(key), ignoreCase);
 }
 
 HashItem *HashTable::findInChain(const String &key, bool ignoreCase) const
@@ -232,7 +231,8 @@ HashItem *HashTable::findInChain(const String &key, bool ignoreCase) const
 const String &HashTable::set(const String &key, std::int64_t value, bool ignoreCase)
 {
     const unsigned nameHash = detail::nameHashOf(key);
-    HashItem *item = findItem(key, nameHash, ignoreCase);
+    HashItem *item =
+        index.isBuilt() ? index.find(key, nameHash, ignoreCase) : findInChain(key, ignoreCase);
     if (item == nullptr)
         return add(key, nameHash, value).key;
     // D-121: the last spelling stays.
@@ -249,8 +249,8 @@ HashItem &HashTable::add(const String &key, unsigned nameHash, std::int64_t valu
         detail::throwOutOfMemory();
     String copy = key;
     pool.reserve();
-    smartGrow();
     growIndex();
+    smartGrow();
     const unsigned hash = detail::chainHashOf(copy);
     auto *item = ::new (pool.take())
         HashItem{std::move(copy), nullptr, hash, nameHash, value, nullptr, nullptr};
@@ -272,14 +272,16 @@ void HashTable::smartGrow()
     }
 }
 
+// Makes room in the index for one item more, once there are so many that it is worth it.
 void HashTable::growIndex()
 {
-    if (index.isBuilt() ? index.takesOneMore() : pool.size() < mostWithoutIndex)
-        return;
     const bool isNew = !index.isBuilt();
+    if (isNew ? pool.size() < mostWithoutIndex : index.takesOneMore())
+        return;
     index.grow();
     if (!isNew)
         return;
+    // Keys that differ only in case are added in the opposite of their walking order.
     for (const std::int64_t slot : buckets) {
         HashItem *item = fromSlot(slot);
         while (item != nullptr && item->next != nullptr)

@@ -7,6 +7,12 @@
 
 namespace Tavrin::detail {
 
+#if defined(__SSE2__)
+
+bool hasWideRegisters = (__builtin_cpu_init(), __builtin_cpu_supports("avx"));
+
+#endif
+
 namespace {
 
 // Mixes up to `mostUnitsOfRun` units. They are made caseless first, so that a name has one hash

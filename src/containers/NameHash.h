@@ -90,6 +90,7 @@ inline unsigned nameHashOf(const String &name)
 {
     const std::size_t length = lengthOf(name);
     if (fitsRun(length)) [[likely]] {
+        clearWideRegisters();
         const NameRun run(name.wstr(), RunPlaces(length));
         if (run.isAscii()) [[likely]]
             return nameHashOfAscii(run, length);

@@ -130,8 +130,11 @@ std::optional<NameIndex::Position> NameIndex::locate(const String &name, unsigne
     }
 }
 
-HashItem *NameIndex::findAny(const String &name, unsigned nameHash, bool ignoreCase) const
+HashItem *NameIndex::find(const String &name, unsigned nameHash, bool ignoreCase) const
 {
+    const Candidate candidate = firstCandidate(nameHash);
+    if (candidate.isLast)
+        return nullptr;
     const auto position = locate(name, nameHash);
     if (!position)
         return nullptr;

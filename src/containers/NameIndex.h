@@ -75,23 +75,13 @@ struct alignas(64) NameGroup
 };
 static_assert(sizeof(NameGroup) == 64, "a group is one line of the cache");
 
-// The common case is written out: the first tag that matches is that of the item, no other key
-// differs from it only in case, and a name that is missing has no tag like it. `isEqual` compares
-// the name with a key.
-template <class IsEqual>
-HashItem *NameIndex::find(const String &name, unsigned nameHash, bool ignoreCase,
-                          IsEqual isEqual) const
+inline NameIndex::Candidate NameIndex::firstCandidate(unsigned nameHash) const
 {
     const NameGroup &group = groups[nameHash & mask];
     const std::uint64_t found = group.matches(NameGroup::tagOf(nameHash));
-    if (found != 0) {
-        HashItem *item = group.items[NameGroup::lowestOf(found)];
-        if (item->nameHash == nameHash && item->variant == item && isEqual(item->key)) [[likely]]
-            return item;
-    } else if (!group.sendsOn()) [[likely]] {
-        return nullptr;
-    }
-    return findAny(name, nameHash, ignoreCase);
+    if (found == 0)
+        return {nullptr, !group.sendsOn()};
+    return {group.items[NameGroup::lowestOf(found)], false};
 }
 
 } // namespace Tavrin::detail

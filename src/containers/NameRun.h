@@ -106,6 +106,18 @@ private:
 
 #if defined(__SSE2__)
 
+// Whether the processor has registers wider than those of SSE2; false before this library is up.
+extern bool hasWideRegisters;
+
+// Code of others may leave the upper halves of wide registers in use. Every instruction below would
+// then wait for the one before it that wrote to the same register.
+inline void clearWideRegisters()
+{
+    if (hasWideRegisters) {
+        asm volatile("vzeroupper");
+    }
+}
+
 class Sse2NameRun
 {
 public:
@@ -175,6 +187,8 @@ using NameRun = Sse2NameRun;
 #else
 
 using NameRun = PlainNameRun;
+
+inline void clearWideRegisters() {}
 
 #endif
 
