@@ -53,8 +53,8 @@ int decimalExponent(const BinaryParts &parts)
     const std::int64_t logarithm =
         (std::int64_t{parts.exponent + wordBits - 1} << fractionBits) +
         static_cast<std::int64_t>(parts.mantissa << 1 >> (wordBits - fractionBits));
-    // Times log10(2) as 315652 / 2^20, which is too small, too; rounded down.
-    constexpr std::int64_t log10Of2 = 315652;
+    // Times log10(2), which lies between these parts of 2^20: the one that gives the less.
+    const std::int64_t log10Of2 = logarithm < 0 ? 315653 : 315652;
     return static_cast<int>((logarithm * log10Of2) >> (20 + fractionBits));
 }
 

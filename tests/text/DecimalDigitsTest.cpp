@@ -135,6 +135,22 @@ TEST(DecimalDigits, NinesRoundUpToTheNextPower)
     EXPECT_EQ(fixedText(999.999, 1), "1000.0");
 }
 
+// Just below and above a power of ten the estimate of the exponent is at its limits.
+TEST(DecimalDigits, NeighboursOfEveryPowerOfTen)
+{
+    EXPECT_EQ(scientificText(0x1.fe9b68b911325p-971, 9), "9.993579370e-293");
+    for (int exponent = -307; exponent <= 308; ++exponent) {
+        const double power = std::stod("1e" + std::to_string(exponent));
+        for (const double factor : {0.9993, 0.99999, 1.0, 1.00001}) {
+            const double value = power * factor;
+            for (const int places : {2, 9, 14})
+                ASSERT_EQ(scientificText(value, places), printed("%.*e", places, value));
+        }
+        const double below = std::nextafter(power, 0);
+        ASSERT_EQ(scientificText(below, 14), printed("%.*e", 14, below));
+    }
+}
+
 TEST(DecimalDigits, ZeroHasADigitForEachPlace)
 {
     EXPECT_EQ(fixedText(0, 3), "0.000");
