@@ -20,6 +20,7 @@ class Object;
 namespace Tavrin {
 
 class Array;
+class Encoder;
 class Error;
 class FileSpec;
 class LiveObject;
@@ -91,6 +92,11 @@ public:
     {}
     Variant(const String &string) noexcept : Variant(kString, 0) { makeText(string); }
     Variant(const char *bytes) noexcept : Variant() { setString(bytes); }
+    // Decoded; a null encoder means the calling thread's default one.
+    Variant(const char *bytes, const Encoder *encoder) noexcept : Variant()
+    {
+        setString(bytes, encoder);
+    }
     Variant(const unsigned short *units) noexcept : Variant() { setString(units); }
     Variant(const Point &point) noexcept : Variant() { setPoint(point); }
     Variant(const Rect &rect) noexcept : Variant() { setRect(rect); }
@@ -278,6 +284,7 @@ public:
     void setMinus0();
     void setString(const String &string);
     void setString(const char *bytes);
+    void setString(const char *bytes, const Encoder *encoder);
     void setString(const unsigned short *units);
     void setPoint(const Point &point);
     void setRect(const Rect &rect);

@@ -320,6 +320,15 @@ void Variant::setString(const char *bytes)
     setText(bytes);
 }
 
+void Variant::setString(const char *bytes, const Encoder *encoder)
+{
+    try {
+        setText(String(bytes, encoder));
+    } catch (const std::bad_alloc &) {
+        setText(String());
+    }
+}
+
 void Variant::setString(const unsigned short *units)
 {
     setText(units);

@@ -4,8 +4,10 @@
 // Pinned by tests/values/VariantObjectTest.cpp.
 #include <tavrin/Variant.h>
 
+#include <tavrin/Error.h>
 #include <tvscript/Object.h>
 
+#include "values/ErrorCodes.h"
 #include "values/ScriptObject.h"
 
 namespace Tavrin {
@@ -15,6 +17,13 @@ namespace {
 // D-160
 constexpr int firstReservedID = -10;
 constexpr int lastReservedID = -1;
+
+int refuseAsNoObject(const Variant &value, Error *error)
+{
+    if (error != nullptr)
+        error->push(detail::errorNotAnObject, value.getString(), nullptr, true);
+    return detail::errorNotAnObject;
+}
 
 } // namespace
 
@@ -87,6 +96,22 @@ void Variant::setObjectID(int id)
         jsObject->setObjectID(id);
     else
         objectID = id;
+}
+
+int Variant::getObjectProperties(THashTable<Variant> &properties, int flags, Error *error) const
+{
+    const Variant holder(*this); // the object may let this value go
+    TvScript::Object *object = holder.getJSObject();
+    return object != nullptr ? object->getProperties(properties, flags, error)
+                             : refuseAsNoObject(*this, error);
+}
+
+int Variant::setObjectProperties(const THashTable<Variant> &properties, Error *error)
+{
+    const Variant holder(*this);
+    TvScript::Object *object = holder.getJSObject();
+    return object != nullptr ? object->setProperties(properties, error)
+                             : refuseAsNoObject(*this, error);
 }
 
 void Variant::setHardRef(bool hard)

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <tavrin/Array.h>
+#include <tavrin/Encoder.h>
 #include <tavrin/Geometry.h>
 
 #include "support/FakeObject.h"
@@ -56,6 +57,9 @@ const Operation operations[] = {
          v.setString(units);
      },
      {"string x", "string "}},
+    {"setString of encoded bytes",
+     [](Variant &v) { v.setString("abc", Encoder::get("UTF-8")); },
+     {"string abc", "string "}},
     {"setPoint", [](Variant &v) { v.setPoint(Point(1, 2)); }, {"point 1:2", "point 0:0"}},
     {"setRect", [](Variant &v) { v.setRect(Rect(1, 2, 3, 4)); }, {"rect 1:2-3:4", "rect 0:0-0:0"}},
     {"setArray", [](Variant &v) { v.setArray(Array()); }, {"array []"}},

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <tavrin/Array.h>
+#include <tavrin/Error.h>
+#include <tavrin/HashTable.h>
 
 #include "support/FakeObject.h"
 #include "support/LibraryTest.h"
@@ -533,4 +535,39 @@ TEST_F(VariantObjectTest, AnObjectIsTrueAndIsConvertedByItsNumberAndText)
     EXPECT_EQ(object->refCount, 1);
     EXPECT_LT(value.compare(43), 0);
     EXPECT_EQ(value.compare("[object it]"), 0);
+}
+
+// Properties
+
+TEST_F(VariantObjectTest, PropertiesAreTheObjectsAffair)
+{
+    auto *object = new FakeObject;
+    Variant value = holding(object);
+    THashTable<Variant> properties;
+    Error error;
+    EXPECT_EQ(value.getObjectProperties(properties, 5, &error), 0);
+    EXPECT_EQ(object->lastFlags, 5);
+    EXPECT_EQ(value.setObjectProperties(properties, &error), 0);
+    EXPECT_EQ(object->propertyCalls, 2);
+    object->propertyCode = 46;
+    EXPECT_EQ(value.getObjectProperties(properties, 0, nullptr), 46);
+    EXPECT_EQ(value.setObjectProperties(properties, nullptr), 46);
+    EXPECT_EQ(error.getCode(), 0);
+}
+
+TEST_F(VariantObjectTest, WhatIsNoObjectHasNoProperties)
+{
+    THashTable<Variant> properties;
+    Variant values[] = {Variant(), 5, "text", Variant(7, "Foo", nullptr), test::listOf({1})};
+    for (Variant &value : values) {
+        Error error;
+        EXPECT_EQ(value.getObjectProperties(properties, 0, &error), 21);
+        EXPECT_EQ(error.getCode(), 21);
+        EXPECT_EQ(test::bytesOf(error.getError()->getText()),
+                  test::bytesOf(value.getString()) + " is not an object");
+        EXPECT_EQ(value.setObjectProperties(properties, &error), 21);
+        EXPECT_NE(error.getError()->getNext(), nullptr);
+        EXPECT_EQ(value.getObjectProperties(properties, 0, nullptr), 21);
+        EXPECT_EQ(value.setObjectProperties(properties, nullptr), 21);
+    }
 }

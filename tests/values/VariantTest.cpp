@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <tavrin/Array.h>
+#include <tavrin/Encoder.h>
 #include <tavrin/Geometry.h>
 #include <tavrin/InitTerm.h>
 
@@ -134,6 +135,24 @@ TEST_F(VariantTest, IntegersOfEveryTypeAreNumbers)
     EXPECT_EQ(Variant(std::uint64_t{1} << 63).getDouble(), std::ldexp(1.0, 63));
     EXPECT_EQ(Variant(short{-3}).getDouble(), -3);
     EXPECT_EQ(Variant(1.5F).getDouble(), 1.5);
+}
+
+TEST_F(VariantTest, BytesAreWidenedOrDecoded)
+{
+    const char *const bytes = "\xC3\xA9";
+    EXPECT_EQ(Variant(bytes).getString().length(), 2);
+    const Encoder *encoder = Encoder::get("UTF-8");
+    const Variant decoded(bytes, encoder);
+    EXPECT_EQ(decoded.getType(), kString);
+    EXPECT_EQ(decoded.getString().length(), 1);
+    EXPECT_EQ(decoded.getString().wstr()[0], 0xE9);
+    Variant value(test::listOf({1}));
+    value.setString(bytes, encoder);
+    EXPECT_EQ(value, decoded);
+    value.setString(bytes, Encoder::get("ISO-8859-1"));
+    EXPECT_EQ(value.getString().length(), 2);
+    value.setString("abc", nullptr);
+    EXPECT_EQ(described(value), "string abc");
 }
 
 TEST_F(VariantTest, ANullTextIsAnEmptyString)
