@@ -20,14 +20,10 @@ constexpr Row startRows[] = {
 };
 
 constexpr Row stopRows[] = {
-    {"lock table", stopLockTable},
-    {"property indexes", stopPropertyIndexes},
-    {"errors", stopErrors},
-    {"weak references", stopWeakReferences},
-    {"encoder", stopEncoder},
-    {"localizer", stopLocalizer},
-    {"string", stopString},
-    {"context", stopContext},
+    {"lock table", stopLockTable}, {"property indexes", stopPropertyIndexes},
+    {"errors", stopErrors},        {"weak references", stopWeakReferences},
+    {"encoder", stopEncoder},      {"localizer", stopLocalizer},
+    {"string", stopString},        {"context", stopContext},
     {"allocator", stopAllocator},
 };
 
