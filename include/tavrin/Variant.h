@@ -142,7 +142,7 @@ public:
             assign(other);
         return *this;
     }
-    Variant &operator=(Variant &&other)
+    Variant &operator=(Variant &&other) noexcept
     {
         if (type < kString && other.type < kString) [[likely]]
             takePlain(other);
@@ -424,7 +424,7 @@ private:
     void destroyPayload() noexcept;
 
     void assign(const Variant &other);
-    void moveFrom(Variant &other);
+    void moveFrom(Variant &other) noexcept;
     void takeString(const Variant &other) noexcept;
     void adopt(Variant &fresh);
 

@@ -24,7 +24,7 @@ namespace {
 union BuiltIn
 {
     constexpr BuiltIn() : localizer() {}
-    ~BuiltIn() {}
+    ~BuiltIn() {} // NOLINT(modernize-use-equals-default): that would delete it
 
     Localizer localizer;
 };

@@ -42,7 +42,8 @@ String textOf(const Variant &element)
 
 String fillPlaceholders(const String &text, const Array *args)
 {
-    const String source(text);
+    // Arguments are code of the host, which may change the text.
+    String source(text); // NOLINT(performance-unnecessary-copy-initialization)
     int percent = source.find('%');
     if (percent < 0)
         return source;

@@ -158,7 +158,7 @@ struct Encoders
 union Everlasting
 {
     constexpr Everlasting() : encoders() {}
-    ~Everlasting() {}
+    ~Everlasting() {} // NOLINT(modernize-use-equals-default): that would delete it
 
     Encoders encoders;
 };

@@ -37,7 +37,8 @@ struct alignas(32) ByteRows
 {
     std::array<std::array<unsigned char, 32>, rowCount> rows{};
 
-    constexpr ByteRows(const std::array<unsigned short, rowCount * 16> &units, int shift)
+    constexpr ByteRows(const std::array<unsigned short, std::size_t{rowCount} * 16> &units,
+                       int shift)
     {
         for (unsigned index = 0; index < units.size(); ++index) {
             const auto byte = static_cast<unsigned char>(units[index] >> shift & 0xFF);

@@ -70,7 +70,7 @@ struct Cp1252Inverse
                     static_cast<unsigned char>(cp1252MiddleBegin + index);
     }
 
-    static constexpr bool holds(unsigned short unit) { return unit >= first && unit <= last; }
+    constexpr bool holds(unsigned short unit) const { return unit >= first && unit <= last; }
     constexpr unsigned char operator[](unsigned short unit) const { return bytes[unit - first]; }
 };
 

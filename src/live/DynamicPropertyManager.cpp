@@ -68,8 +68,8 @@ try {
     // D-225: a known id only gets the languages.
     idInfo.flags |= flags & kLanguageMask;
     operators |= isOperatorID(id);
-    newID.release();
-    newName.release();
+    static_cast<void>(newID.release());
+    static_cast<void>(newName.release());
     return true;
 } catch (const std::bad_alloc &) {
     return false;

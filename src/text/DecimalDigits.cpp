@@ -20,7 +20,7 @@ namespace Tavrin::detail {
 
 namespace {
 
-__extension__ typedef unsigned __int128 Wide;
+using Wide = unsigned __int128;
 
 constexpr int mantissaBits = std::numeric_limits<double>::digits - 1;
 constexpr int exponentBias = std::numeric_limits<double>::max_exponent - 1;

@@ -63,8 +63,10 @@ void appendInRadix(NumberUnits &text, double value, int radix)
     const int first = text.length();
     double rest = std::trunc(std::fabs(value));
     // D-133: beyond 53 bits each division rounds, unless the radix is a power of two.
-    for (; rest >= leastInexactWhole; rest = std::trunc(rest / radix))
+    while (rest >= leastInexactWhole) {
         text.append(digits[static_cast<int>(std::fmod(rest, radix))]);
+        rest = std::trunc(rest / radix);
+    }
     const auto divisor = static_cast<unsigned>(radix);
     auto whole = static_cast<std::uint64_t>(rest);
     do {

@@ -290,7 +290,9 @@ double valueOf(const Decimal &number)
     if (number.whole == 0)
         return 0;
     const auto magnitude = static_cast<std::size_t>(std::abs(number.scale));
-    const double power = magnitude < powerCount ? powerProducts[magnitude] : infinity;
+    double power = infinity;
+    if (magnitude < powerCount)
+        power = powerProducts[magnitude];
     const auto whole = static_cast<double>(number.whole);
     // D-138: below 10^-308 the divisor is infinite and the result 0, also where a denormal is near.
     return number.scale < 0 ? whole / power : whole * power;

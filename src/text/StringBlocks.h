@@ -29,7 +29,7 @@ inline StringBuffer *makeBuffer(int length)
 // The longest text whose block the block cache keeps.
 inline constexpr int longestCached = 127;
 static_assert(bytesForRoom(longestCached + 1) <= largestCachedRequest &&
-              bytesForRoom(2 * (longestCached + 1)) > largestCachedRequest);
+              bytesForRoom(2 * std::size_t{longestCached + 1}) > largestCachedRequest);
 
 // A record for a text of 1 to 127 units while the block cache has the block at hand, else null. It
 // makes no call, so that the common constructions stay without a frame.

@@ -90,7 +90,7 @@ unsigned short *writeEscape(unsigned short *to, unsigned short unit)
         return to;
     }
     const bool isByte = unit < firstBeyondAscii;
-    *to++ = isByte ? 'x' : 'u';
+    *to++ = isByte ? u'x' : u'u';
     for (int shift = isByte ? 4 : 12; shift >= 0; shift -= 4)
         *to++ = detail::hexDigit(unsigned{unit} >> shift);
     return to;

@@ -12,7 +12,6 @@
 namespace Tavrin {
 
 using detail::StringAccess;
-using detail::UnitView;
 
 namespace {
 

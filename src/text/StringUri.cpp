@@ -160,7 +160,7 @@ String decodedRun(const unsigned short *escapes, int count, const Encoder *encod
     storage.init(count / 2 + 1);
     char *const bytes = reinterpret_cast<char *>(StringAccess::units(storage));
     for (int at = 0; at < count; ++at)
-        bytes[at] = static_cast<char>(escapedByte(escapes + at * escapeLength));
+        bytes[at] = static_cast<char>(escapedByte(escapes + std::ptrdiff_t{at} * escapeLength));
     String decoded;
     if (encoder != nullptr)
         decoded.decode(bytes, count, encoder);

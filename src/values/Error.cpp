@@ -64,7 +64,7 @@ ErrorRecords withData(ErrorRecords record, OwnedData &data)
 template <class Make>
 ErrorRecords makeHolding(const Error &error, Make make)
 {
-    const Error held(error);
+    const Error held(error); // NOLINT(performance-unnecessary-copy-initialization)
     return make();
 }
 

@@ -73,7 +73,7 @@ void addUserError(unsigned code, std::unique_ptr<UserError> added)
             userClasses->remove(added->className, false);
         throw;
     }
-    added.release();
+    static_cast<void>(added.release());
 }
 
 String keyOf(unsigned code)

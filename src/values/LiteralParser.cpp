@@ -55,7 +55,7 @@ bool LiteralParser::readValue(Variant &out)
             return false;
         }
         while (!opened.isEmpty()) {
-            *opened.top() += std::move(value);
+            *opened.top() += value;
             skipBlanks();
             const bool hasComma = take(',');
             skipBlanks();

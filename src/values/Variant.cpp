@@ -230,7 +230,7 @@ void Variant::assign(const Variant &other)
     }
 }
 
-void Variant::moveFrom(Variant &other)
+void Variant::moveFrom(Variant &other) noexcept
 {
     if (type < kObject && other.type < kObject) {
         takePlain(other);

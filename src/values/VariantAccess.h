@@ -49,7 +49,7 @@ struct VariantAccess
     static void relocate(Variant &to, Variant &from)
     {
         to = std::move(from);
-        from.erase();
+        from.erase(); // NOLINT(bugprone-use-after-move): back to no value
     }
 
     // Back to all zero bytes.

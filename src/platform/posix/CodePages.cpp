@@ -126,7 +126,7 @@ public:
 private:
     void open(const char *to, const char *from)
     {
-        const iconv_t opened = iconv_open(to, from);
+        iconv_t opened = iconv_open(to, from);
         if (opened != reinterpret_cast<iconv_t>(-1))
             handle = opened;
     }
