@@ -3,6 +3,7 @@
 // names that share their beginning beside names that do not.
 #include <algorithm>
 #include <cstdint>
+#include <map>
 #include <random>
 #include <string>
 #include <unordered_map>
@@ -83,7 +84,7 @@ struct Standard : StandardFace<std::unordered_map<Name, std::int64_t>>
 
 // Names like those of properties: one to three words of the trade, or four where these
 // would not suffice.
-Names propertyNames(std::size_t count, unsigned seed)
+Names makePropertyNames(std::size_t count)
 {
     static const char16_t *const words[] = {
         u"active", u"align",  u"anchor", u"angle",  u"base",   u"bounds",   u"color",   u"column",
@@ -94,9 +95,9 @@ Names propertyNames(std::size_t count, unsigned seed)
         u"origin", u"outer",  u"page",   u"parent", u"path",   u"position", u"range",   u"right",
         u"row",    u"scale",  u"size",   u"space",  u"start",  u"state",    u"stroke",  u"style",
         u"text",   u"top",    u"type",   u"unit",   u"value",  u"view",     u"width",   u"zoom"};
-    std::mt19937 random(seed);
+    std::mt19937 random(1);
     std::uniform_int_distribution<std::size_t> word(0, std::size(words) - 1),
-        length(1, count > 100000 ? 4 : 3);
+        length(1, count > 200000 ? 4 : 3);
     std::unordered_set<Name> taken;
     Names names;
     while (names.size() < count) {
@@ -113,18 +114,37 @@ Names propertyNames(std::size_t count, unsigned seed)
     return names;
 }
 
+// Made when they are needed first: there are cases with a million names.
+const Names &propertyNames(std::size_t count)
+{
+    static std::map<std::size_t, Names> made;
+    Names &names = made[count];
+    if (names.empty())
+        names = makePropertyNames(count);
+    return names;
+}
+
 template <class Map>
 using Keys = std::vector<typename Map::String>;
 
-// Each key is a string of its own, that shares nothing with its twins.
-template <class Map>
-Keys<Map> keysOf(const Names &names)
+// Which names a case is about.
+struct NameSet
 {
-    Keys<Map> keys;
-    for (const Name &name : names)
-        keys.push_back(Map::make(name));
-    return keys;
-}
+    std::size_t count;
+    Name prefix = {};
+    Name suffix = {};
+
+    // As strings that share nothing with their twins. `from` passes the names in front.
+    template <class Map>
+    Keys<Map> keys(std::size_t from = 0) const
+    {
+        const Names &names = propertyNames(from + count);
+        Keys<Map> keys;
+        for (std::size_t at = from; at < from + count; ++at)
+            keys.push_back(Map::make(prefix + names[at] + suffix));
+        return keys;
+    }
+};
 
 template <class Map>
 void fill(Map &map, const Keys<Map> &keys)
@@ -135,9 +155,9 @@ void fill(Map &map, const Keys<Map> &keys)
 }
 
 template <class Map>
-void insert(benchmark::State &state, const Names &names)
+void insert(benchmark::State &state, const NameSet &names)
 {
-    const Keys<Map> keys = keysOf<Map>(names);
+    const Keys<Map> keys = names.keys<Map>();
     for (auto step : state) {
         Map map;
         fill(map, keys);
@@ -145,14 +165,14 @@ void insert(benchmark::State &state, const Names &names)
     }
 }
 
-// Looks the second list up in a map of the first.
+// Looks up the keys of the map in another order, or others.
 template <class Map>
-void look(benchmark::State &state, const Names &names, Names sought)
+void look(benchmark::State &state, const NameSet &names, bool areMissing)
 {
     Map map;
-    fill<Map>(map, keysOf<Map>(names));
-    std::shuffle(sought.begin(), sought.end(), std::mt19937(3));
-    const Keys<Map> keys = keysOf<Map>(sought);
+    fill<Map>(map, names.keys<Map>());
+    Keys<Map> keys = names.keys<Map>(areMissing ? names.count : 0);
+    std::shuffle(keys.begin(), keys.end(), std::mt19937(3));
     for (auto step : state)
         for (const auto &key : keys) {
             std::int64_t value = map.find(key);
@@ -161,9 +181,9 @@ void look(benchmark::State &state, const Names &names, Names sought)
 }
 
 template <class Map>
-void remove(benchmark::State &state, const Names &names)
+void remove(benchmark::State &state, const NameSet &names)
 {
-    const Keys<Map> keys = keysOf<Map>(names);
+    const Keys<Map> keys = names.keys<Map>();
     for (auto step : state) {
         state.PauseTiming();
         Map map;
@@ -175,41 +195,35 @@ void remove(benchmark::State &state, const Names &names)
 }
 
 template <class Map>
-void registerLook(const char *name, const Names &names, const Names &sought)
+void registerLook(const char *name, const NameSet &names, bool areMissing = false)
 {
-    benchmark::RegisterBenchmark(caseName(name, Map::name, names.size()).c_str(), look<Map>, names,
-                                 sought);
+    benchmark::RegisterBenchmark(caseName(name, Map::name, names.count).c_str(), look<Map>, names,
+                                 areMissing);
 }
 
 template <class Map>
 void registerMap()
 {
-    for (std::size_t count : {1000, 10000, 100000}) {
-        Names names = propertyNames(2 * count, 1);
-        const Names missing(names.begin() + static_cast<std::ptrdiff_t>(count), names.end());
-        names.resize(count);
+    for (const std::size_t count : {1000, 10000, 100000}) {
+        const NameSet names{count};
         benchmark::RegisterBenchmark(caseName("names-insert", Map::name, count).c_str(),
                                      insert<Map>, names);
-        registerLook<Map>("names-hit", names, names);
-        registerLook<Map>("names-miss", names, missing);
+        registerLook<Map>("names-hit", names);
+        registerLook<Map>("names-miss", names, true);
     }
-    for (std::size_t count : {10, 40, 160}) {
-        const Names names = propertyNames(count, 2);
-        registerLook<Map>("names-hot", names, names);
-    }
+    for (const std::size_t count : {10, 40, 160})
+        registerLook<Map>("names-hot", {count});
 }
 
 // The same names with five more units in front, or behind.
 void registerPrefix(const char *who, const Name &prefix, const Name &suffix)
 {
-    for (std::size_t count : {1000, 10000, 100000, 1000000}) {
-        Names names = propertyNames(count, 4);
-        for (Name &name : names)
-            name = prefix + name + suffix;
+    for (const std::size_t count : {1000, 10000, 100000, 1000000}) {
+        const NameSet names{count, prefix, suffix};
         benchmark::RegisterBenchmark(caseName("prefix-insert", who, count).c_str(), insert<Tavrin>,
                                      names);
         benchmark::RegisterBenchmark(caseName("prefix-hit", who, count).c_str(), look<Tavrin>,
-                                     names, names);
+                                     names, false);
         benchmark::RegisterBenchmark(caseName("prefix-remove", who, count).c_str(), remove<Tavrin>,
                                      names);
     }
@@ -220,8 +234,7 @@ void registerPrefix(const char *who, const Name &prefix, const Name &suffix)
 void registerHashTableCases()
 {
     registerMap<Tavrin>();
-    const Names names = propertyNames(10000, 1);
-    registerLook<CaseBlind>("names-hit-case-blind", names, names);
+    registerLook<CaseBlind>("names-hit-case-blind", {10000});
     registerMap<Absl>();
     registerMap<Qt>();
     registerMap<Standard>();
