@@ -1,22 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Two open-addressed tables with linear probing in one block, filled in the order of the rows: of
 // rows with the same hash the first one stands first, so that a probe meets the rows of a name in
-// table order. The hash of a name makes no difference between the cases of an ASCII letter, and
-// serves both kinds of lookup. A slot has the name's address, and a tag that holds the rest of the
-// hash and the length, so that a hit touches the slot, the text and the row, and a miss the slot.
+// table order. The hash of a name serves both kinds of lookup, exact and without regard to case. A
+// slot has a tag with the rest of the hash and the length, so that a miss touches no text.
 //
 // Indexes outlive no session of the library, while their tables do: all stand in one list, which
 // the stop of the library goes through. Pinned by tests/live/PropertyManagerModelTest.cpp.
 #include "live/PropertyIndex.h"
 
-#include <algorithm>
-#include <bit>
-#include <climits>
-#include <cstring>
 #include <new>
-#include <type_traits>
 
-#include "live/PropertyManagerImpl.h"
 #include "runtime/LockTable.h"
 #include "runtime/Startup.h"
 #include "text/UnitScan.h"
@@ -27,99 +20,36 @@ namespace {
 
 constexpr int fewestRows = 6; // below that, a scan is as good
 constexpr int mostRows = 1 << 26;
-constexpr int longestInTag = 0xFF;
+constexpr std::size_t longestName = 1 << 20;
+constexpr std::size_t mostUnits = 1 << 30;
 
 constinit PropertyIndex *newest = nullptr; // the first in the list of all; lock lazyCreation
 
-int countRows(const LivePropertyInfo *table)
-{
-    int count = 0;
-    while (count <= mostRows && table[count].name != nullptr)
-        ++count;
-    return count;
-}
-
-// Three slots for two rows, at least.
+// At most half of the slots are taken.
 std::uint32_t slotsFor(int rowCount)
 {
     const auto rows = static_cast<std::uint32_t>(rowCount);
-    return std::bit_ceil(rows + rows / 2);
+    return std::bit_ceil(2 * rows);
 }
 
-// A unit that is 0 in all bits but the lowest seven is ASCII, and so is an `or` of many.
-bool isAscii(unsigned joinedUnits)
+struct TableSize
 {
-    return joinedUnits < 0x80;
-}
+    int rows = 0;
+    std::size_t units = 0;
+    bool isIndexed = true;
+};
 
-std::uint64_t fourUnits(const unsigned short *units)
+TableSize sizeOf(const LivePropertyInfo *table)
 {
-    std::uint64_t four;
-    std::memcpy(&four, units, sizeof four);
-    return four;
-}
-
-std::uint64_t fourUnits(const char *bytes)
-{
-    unsigned short units[4];
-    for (int at = 0; at < 4; ++at)
-        units[at] = static_cast<unsigned char>(bytes[at]);
-    return fourUnits(units);
-}
-
-std::uint64_t upToThreeUnits(const auto *text, int length)
-{
-    const auto unit = [=](int at) {
-        return std::uint64_t{
-            static_cast<std::make_unsigned_t<std::remove_cvref_t<decltype(*text)>>>(text[at])};
-    };
-    return unit(0) | unit(length / 2) << 16 | unit(length - 1) << 32;
-}
-
-std::uint64_t mix(std::uint64_t hash, std::uint64_t units)
-{
-    constexpr std::uint64_t caseBits = 0x0020'0020'0020'0020;
-    constexpr std::uint64_t factor = 0x9E37'79B9'7F4A'7C15; // 2^64 over the golden ratio
-    hash = (hash ^ (units | caseBits)) * factor;
-    return hash ^ hash >> 32;
-}
-
-// Four units at a time, the last ones overlapping.
-std::uint32_t hashOf(const auto *text, int length)
-{
-    auto hash = static_cast<std::uint64_t>(length);
-    if (length >= 4) {
-        for (int at = 0; at < length - 4; at += 4)
-            hash = mix(hash, fourUnits(text + at));
-        hash = mix(hash, fourUnits(text + length - 4));
-    } else if (length > 0) {
-        hash = mix(hash, upToThreeUnits(text, length));
+    TableSize size;
+    for (; table->name != nullptr && size.isIndexed; ++table) {
+        const std::size_t length = std::strlen(table->name);
+        ++size.rows;
+        size.units += length;
+        size.isIndexed = size.rows <= mostRows && length <= longestName && size.units <= mostUnits;
     }
-    return static_cast<std::uint32_t>(hash);
-}
-
-std::uint32_t hashOf(int id)
-{
-    constexpr std::uint32_t factor = 0x9E37'79B9;
-    const std::uint32_t hash = static_cast<std::uint32_t>(id) * factor;
-    return hash ^ hash >> 16;
-}
-
-std::uint32_t tagOf(std::uint32_t hash, int length)
-{
-    return (hash & ~std::uint32_t{longestInTag}) |
-           static_cast<std::uint32_t>(std::min(length, longestInTag));
-}
-
-// Behind equal tags a short name has the length of the row's.
-bool isSame(const String &name, const char *rowName, bool ignoreCase)
-{
-    const int length = name.length();
-    if (ignoreCase)
-        return name.ucmp(rowName) == 0;
-    if (length >= longestInTag)
-        return name == rowName;
-    return firstNarrowDifference(name.wstr(), rowName, length) == length;
+    size.isIndexed = size.isIndexed && size.rows >= fewestRows;
+    return size;
 }
 
 } // namespace
@@ -128,40 +58,41 @@ PropertyIndex::PropertyIndex(const LivePropertyInfo *rows, int rowCount,
                              std::uint32_t slotCount) noexcept
     : table(rows), mask(slotCount - 1)
 {
-    std::fill_n(nameSlots(), slotCount, NameSlot{nullptr, 0, 0});
+    std::fill_n(nameSlots(), slotCount, NameSlot{0, 0, -1});
     std::fill_n(idSlots(), slotCount, IDSlot{0, -1});
+    std::uint32_t text = 0;
     for (int row = 0; row < rowCount; ++row) {
-        addName(rows[row].name, row);
+        addName(rows[row].name, row, text);
         addID(rows[row].id, row);
+        text += static_cast<std::uint32_t>(std::strlen(rows[row].name));
     }
 }
 
 PropertyIndex *PropertyIndex::make(const LivePropertyInfo *table) noexcept
 try {
-    const int rowCount = countRows(table);
-    if (rowCount < fewestRows || rowCount > mostRows)
+    const TableSize size = sizeOf(table);
+    if (!size.isIndexed)
         return nullptr;
-    const std::uint32_t slotCount = slotsFor(rowCount);
-    const std::size_t size =
-        sizeof(PropertyIndex) + slotCount * (sizeof(NameSlot) + sizeof(IDSlot));
-    void *storage = Heap::operator new(size);
-    return ::new (storage) PropertyIndex(table, rowCount, slotCount);
+    const std::uint32_t slotCount = slotsFor(size.rows);
+    void *storage =
+        Heap::operator new(sizeof(PropertyIndex) + slotCount * (sizeof(NameSlot) + sizeof(IDSlot)) +
+                           size.units * sizeof(unsigned short));
+    return ::new (storage) PropertyIndex(table, size.rows, slotCount);
 } catch (const std::bad_alloc &) { // also outside the sessions of the library
     return nullptr;
 }
 
-void PropertyIndex::addName(const char *name, int row) noexcept
+void PropertyIndex::addName(const char *name, int row, std::uint32_t text) noexcept
 {
-    const int length = static_cast<int>(std::min<std::size_t>(std::strlen(name), INT_MAX));
-    const std::uint32_t hash = hashOf(name, length);
+    const int length = static_cast<int>(std::strlen(name));
+    unsigned short *units = texts() + text;
+    widen(name, units, length);
+    const std::uint32_t hash = NameHash::of(units, length);
     std::uint32_t at = hash & mask;
-    while (nameSlots()[at].name != nullptr)
+    while (nameSlots()[at].row >= 0)
         at = (at + 1) & mask;
-    nameSlots()[at] = {name, tagOf(hash, length), row};
-    unsigned joined = 0;
-    for (int unit = 0; unit < length; ++unit)
-        joined |= static_cast<unsigned char>(name[unit]);
-    isAscii_ = isAscii_ && isAscii(joined);
+    nameSlots()[at] = {tagOf(hash, length), text, row};
+    hasAsciiOnly = hasAsciiOnly && isAscii(units, length);
 }
 
 // Of several rows with one id only the first is ever asked for.
@@ -176,38 +107,32 @@ void PropertyIndex::addID(int id, int row) noexcept
     idSlots()[at] = {id, row};
 }
 
-bool PropertyIndex::covers(const String &name, bool ignoreCase) const noexcept
+bool PropertyIndex::isAscii(const unsigned short *units, int length) noexcept
 {
-    if (!ignoreCase)
-        return true;
     unsigned joined = 0;
-    for (int at = 0; at < name.length(); ++at)
-        joined |= name.wstr()[at];
-    return isAscii_ && isAscii(joined);
+    for (int at = 0; at < length; ++at)
+        joined |= units[at];
+    return joined < 0x80;
 }
 
-const LivePropertyInfo *PropertyIndex::findName(const String &name, bool ignoreCase,
-                                                int flags) const noexcept
+// The lookup of a name whose tag does not tell enough. Most names that are looked up without regard
+// to case are written as in the table.
+const LivePropertyInfo *PropertyIndex::findOddName(const String &name, std::uint32_t hash,
+                                                   bool ignoreCase, int flags) const noexcept
 {
-    const std::uint32_t hash = hashOf(name.wstr(), name.length());
-    const std::uint32_t tag = tagOf(hash, name.length());
+    const int length = name.length();
+    const std::uint32_t tag = tagOf(hash, length);
     const NameSlot *slots = nameSlots();
-    for (std::uint32_t at = hash & mask; slots[at].name != nullptr; at = (at + 1) & mask) {
-        if (slots[at].tag != tag || !isSame(name, slots[at].name, ignoreCase))
-            continue;
+    for (std::uint32_t at = hash & mask; slots[at].row >= 0; at = (at + 1) & mask) {
         const LivePropertyInfo *row = table + slots[at].row;
-        if (fitsLanguage(row->flags, flags))
+        if (slots[at].tag != tag || !fitsLanguage(row->flags, flags))
+            continue;
+        const bool isExact = length < longestInTag
+                                 ? isEqual(name.wstr(), texts() + slots[at].text, length)
+                                 : name == row->name;
+        if (isExact || (ignoreCase && name.ucmp(row->name) == 0))
             return row;
     }
-    return nullptr;
-}
-
-const LivePropertyInfo *PropertyIndex::findID(int id) const noexcept
-{
-    const IDSlot *slots = idSlots();
-    for (std::uint32_t at = hashOf(id) & mask; slots[at].row >= 0; at = (at + 1) & mask)
-        if (slots[at].id == id)
-            return table + slots[at].row;
     return nullptr;
 }
 
