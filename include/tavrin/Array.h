@@ -84,7 +84,10 @@ struct ArrayData
     }
     TAVRIN_API Variant *findSparse(unsigned int index) const noexcept;
 
-    bool isPinned() const noexcept { return (refWord & pinnedBit) != 0; }
+    bool isPinned() const noexcept
+    {
+        return (__atomic_load_n(&refWord, __ATOMIC_RELAXED) & pinnedBit) != 0;
+    }
     bool isShared() const noexcept
     {
         return (__atomic_load_n(&refWord, __ATOMIC_ACQUIRE) & countMask) > 1;

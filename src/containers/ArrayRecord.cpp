@@ -200,7 +200,8 @@ private:
             dropRecord(copy);
             throw;
         }
-        copy->refWord |= source.refWord & ArrayData::pinnedBit;
+        if (source.isPinned())
+            copy->refWord |= ArrayData::pinnedBit;
         if (sharesPinned) {
             copy->link = pending;
             pending = copy;

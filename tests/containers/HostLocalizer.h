@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <atomic>
 #include <functional>
 
 #include <tavrin/Localizer.h>
@@ -18,7 +19,7 @@ public:
     std::function<bool(String &, bool)> onCaseConvert;
     std::function<int(const String &, const String &)> onCompare;
     std::function<bool(int, String &)> onGetErrorMsg;
-    mutable int questions = 0;
+    mutable std::atomic<int> questions = 0;
 
 protected:
     bool getZString(String &text, const String &locale, const String &family) const override
