@@ -2,6 +2,7 @@
 #include <tavrin/HashTable.h>
 
 #include <climits>
+#include <initializer_list>
 #include <new>
 #include <utility>
 
@@ -211,7 +212,8 @@ TEST_F(HashTableTest, KeysOfAllLengthsAreTold)
 
 TEST_F(HashTableTest, KeysThatDifferInOneUnitAreTold)
 {
-    for (const std::size_t length : {1, 3, 4, 5, 7, 8, 9, 15, 16, 17, 23, 24, 25, 48, 49, 80}) {
+    for (const std::size_t length : std::initializer_list<std::size_t>{
+             1, 3, 4, 5, 7, 8, 9, 15, 16, 17, 23, 24, 25, 48, 49, 80}) {
         SCOPED_TRACE(length);
         HashTable table;
         const std::u16string base(length, u'm');

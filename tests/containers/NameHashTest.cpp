@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "containers/NameHash.h"
 
+#include <initializer_list>
 #include <random>
 #include <set>
 #include <string>
@@ -76,7 +77,7 @@ TEST(NameRun, TheFormOfThisProcessorReadsAsThePlainOneDoes)
 
 TEST(NameRun, OnlyUnitsAbove7FAreNotAscii)
 {
-    for (const std::size_t length : {4, 7, 8, 13, 24}) {
+    for (const std::size_t length : std::initializer_list<std::size_t>{4, 7, 8, 13, 24}) {
         for (std::size_t at = 0; at < length; ++at) {
             for (unsigned unit = 0; unit < 0x10000; unit += unit < 0x200 ? 1 : 0x7F) {
                 std::u16string name(length, u'a');
@@ -165,7 +166,7 @@ TEST_F(NameHashTest, TheHashOfAChainIsTheSameInAllItsForms)
         }
     }
     for (unsigned unit = 0; unit < 0x10000; ++unit) {
-        for (const std::size_t at : {0, 2, 4}) {
+        for (const std::size_t at : std::initializer_list<std::size_t>{0, 2, 4}) {
             std::u16string name = u"abcdef";
             name[at] = static_cast<char16_t>(unit);
             ASSERT_EQ(detail::chainHashOf(textOf(name)), detail::chainHashOfAny(unitsIn(name)));
