@@ -41,7 +41,7 @@ public:
     {
         return length <= room ? UnitView{units, length} : StringAccess::view(longText);
     }
-    void append(UnitView text) { std::copy_n(text.units, text.length, grow(text.length)); }
+    void append(UnitView text) { detail::copyUnits(grow(text.length), text.units, text.length); }
     void fill(unsigned short unit, int count) { std::fill_n(grow(count), count, unit); }
 
 private:
@@ -297,8 +297,9 @@ private:
         const auto *bytes = arguments.nextPointer<char>();
         if (bytes == nullptr)
             return padCut(field, WideText(null).view());
-        const Encoder *const defaultEncoder = nullptr;
-        padCut(field, StringAccess::view(String(bytes, defaultEncoder)));
+        // By the default encoder.
+        decoded.decode(bytes, -1, nullptr);
+        padCut(field, StringAccess::view(decoded));
     }
 
     // With a precision, the text may come without a 0 unit behind it.
@@ -391,6 +392,7 @@ private:
     const unsigned short *at;
     Arguments &arguments;
     Output &out;
+    String decoded; // an argument; one block serves all of them
 };
 
 void printTo(String &text, const unsigned short *format, Arguments &arguments)

@@ -98,15 +98,38 @@ bool encodeUri(String &text, const KeptBytes &kept)
 
 constexpr int notAnEscape = -1;
 
-// The byte of the escape there, or notAnEscape. The 0 unit behind the text is no digit.
-int escapedByte(const unsigned short *escape)
+// The byte of the escape in front of `end`, or notAnEscape.
+int escapedByte(const unsigned short *escape, const unsigned short *end)
 {
-    const unsigned high = detail::hexDigitValue(escape[1]);
-    if (high > 15)
+    if (end - escape < escapeLength || (escape[1] | escape[2]) >= asciiCount)
         return notAnEscape;
-    const unsigned low = detail::hexDigitValue(escape[2]);
-    return low > 15 ? notAnEscape : static_cast<int>(high << 4 | low);
+    const unsigned high = detail::hexDigitValues[escape[1]];
+    const unsigned low = detail::hexDigitValues[escape[2]];
+    return (high | low) > 15 ? notAnEscape : static_cast<int>(high << 4 | low);
 }
+
+// Room for so many bytes, on the stack if they are few.
+class ByteBuffer
+{
+public:
+    explicit ByteBuffer(int count)
+    {
+        if (count > fewBytes)
+            storage.init(count / 2 + 1);
+        place = count > fewBytes ? reinterpret_cast<char *>(StringAccess::units(storage)) : few;
+    }
+    ByteBuffer(const ByteBuffer &) = delete;
+    ByteBuffer &operator=(const ByteBuffer &) = delete;
+
+    char *bytes() { return place; }
+
+private:
+    static constexpr int fewBytes = 2048;
+
+    char *place;
+    String storage;
+    char few[fewBytes];
+};
 
 enum class Outcome
 {
@@ -117,9 +140,8 @@ enum class Outcome
 
 Outcome decodeWhole(UnitView text, String &result)
 {
-    String storage;
-    storage.init(text.length / 2 + 1);
-    char *const bytes = reinterpret_cast<char *>(StringAccess::units(storage));
+    ByteBuffer buffer(text.length);
+    char *const bytes = buffer.bytes();
     char *byte = bytes;
     const unsigned short *const end = text.units + text.length;
     for (const unsigned short *unit = text.units; unit != end;) {
@@ -129,7 +151,7 @@ Outcome decodeWhole(UnitView text, String &result)
             *byte++ = static_cast<char>(*unit++);
             continue;
         }
-        const int value = escapedByte(unit);
+        const int value = escapedByte(unit, end);
         if (value == notAnEscape)
             return Outcome::wrongEscape;
         *byte++ = static_cast<char>(value);
@@ -148,7 +170,7 @@ int countEscapes(UnitView text, int at)
 {
     int count = 0;
     for (; at < text.length && text.units[at] == '%'; at += escapeLength, ++count)
-        if (escapedByte(text.units + at) == notAnEscape)
+        if (escapedByte(text.units + at, text.units + text.length) == notAnEscape)
             return notAnEscape;
     return count;
 }
@@ -156,11 +178,10 @@ int countEscapes(UnitView text, int at)
 // What the bytes of so many escapes stand for.
 String decodedRun(const unsigned short *escapes, int count, const Encoder *encoder)
 {
-    String storage;
-    storage.init(count / 2 + 1);
-    char *const bytes = reinterpret_cast<char *>(StringAccess::units(storage));
-    for (int at = 0; at < count; ++at)
-        bytes[at] = static_cast<char>(escapedByte(escapes + std::ptrdiff_t{at} * escapeLength));
+    ByteBuffer buffer(count);
+    char *const bytes = buffer.bytes();
+    for (int at = 0; at < count; ++at, escapes += escapeLength)
+        bytes[at] = static_cast<char>(escapedByte(escapes, escapes + escapeLength));
     String decoded;
     if (encoder != nullptr)
         decoded.decode(bytes, count, encoder);
