@@ -9,7 +9,7 @@ namespace Tavrin::detail {
 
 #if defined(__SSE2__)
 
-bool hasWideRegisters = (__builtin_cpu_init(), __builtin_cpu_supports("avx"));
+const bool hasWideRegisters = (__builtin_cpu_init(), __builtin_cpu_supports("avx"));
 
 #endif
 
@@ -24,8 +24,8 @@ std::uint64_t mixUnits(const unsigned short *units, std::size_t length, std::uin
     for (unsigned short &unit : caseless)
         if (unit < lowestNonAscii)
             unit &= caselessAsciiBits;
-    // A very short name ends in zeros.
-    const RunPlaces places(std::max(length, leastUnitsOfRun));
+    // The empty name is read as one unit 0, and differs from that by the salt.
+    const RunPlaces places(std::max(length, std::size_t{1}));
     return mixSums(NameRun(caseless, places).sums(), salt);
 }
 

@@ -9,41 +9,63 @@
 #include <emmintrin.h>
 #endif
 
-// A name of 4 to 24 units in the registers of the processor.
+// A name of 1 to 24 units in the registers of the processor.
 //
-// Whatever its length, such a name is read in the same few steps: three blocks of eight units,
-// which overlap where the name is shorter. No processor could foresee a branch on the length, and
-// it would cost more than all the rest. Only names of less than eight units, whose two halves make
-// up the first block, are read in a way of their own.
+// Names of eight units and more are read in the same few steps: three blocks of eight units, which
+// overlap where the name is shorter than 24. No processor could foresee branches on the length, and
+// they would cost more than all the rest. Of shorter names there is one block, made up of two
+// halves that may overlap as well, or of three single units.
 //
 // The sums are what hashes are made of. Each unit of the three blocks is multiplied with a number
 // of its own; the first two of every four go into the lower half of the result, the other two into
 // the upper half, both modulo 2^32.
 namespace Tavrin::detail {
 
+inline constexpr std::size_t unitsPerHalf = 4;
 inline constexpr std::size_t unitsPerBlock = 8;
 inline constexpr std::size_t blocksPerRun = 3;
-inline constexpr std::size_t leastUnitsOfRun = unitsPerBlock / 2;
 inline constexpr std::size_t mostUnitsOfRun = blocksPerRun * unitsPerBlock;
 
 inline bool fitsRun(std::size_t length)
 {
-    return length - leastUnitsOfRun <= mostUnitsOfRun - leastUnitsOfRun;
+    return length - 1 < mostUnitsOfRun;
 }
 
 // Where the blocks of a name begin, as far as its length decides; names of the same length share
 // it.
 struct RunPlaces
 {
-    explicit RunPlaces(std::size_t length)
-        : isShort(length < unitsPerBlock),
-          last(length - (isShort ? leastUnitsOfRun : unitsPerBlock)),
+    explicit RunPlaces(std::size_t lengthOfName)
+        : length(lengthOfName),
+          last(length - unitsPerBlock),
           middle(last < unitsPerBlock ? last : unitsPerBlock)
     {}
 
-    bool isShort; // `last` is that of the second half block then
+    // Then the places are not those of blocks.
+    bool isShort() const { return length < unitsPerBlock; }
+
+    std::size_t length;
     std::size_t last;
     std::size_t middle;
+};
+
+// The two halves of a short name; the second is 0 for less than four units.
+struct NameHalves
+{
+    NameHalves(const unsigned short *name, std::size_t length)
+    {
+        if (length >= unitsPerHalf) {
+            std::memcpy(&front, name, sizeof front);
+            std::memcpy(&back, name + length - unitsPerHalf, sizeof back);
+        } else {
+            front = name[0] | std::uint64_t{name[length / 2]} << 16 |
+                    std::uint64_t{name[length - 1]} << 32;
+            back = 0;
+        }
+    }
+
+    std::uint64_t front;
+    std::uint64_t back;
 };
 
 inline constexpr unsigned lowestNonAscii = 0x80;
@@ -61,13 +83,14 @@ class PlainNameRun
 public:
     PlainNameRun(const unsigned short *name, const RunPlaces &places)
     {
-        if (places.isShort) {
-            read(0, name, leastUnitsOfRun);
-            read(leastUnitsOfRun, name + places.last, leastUnitsOfRun);
+        if (places.isShort()) {
+            const NameHalves halves(name, places.length);
+            std::memcpy(units, &halves.front, sizeof halves.front);
+            std::memcpy(units + unitsPerHalf, &halves.back, sizeof halves.back);
         } else {
-            read(0, name, unitsPerBlock);
-            read(unitsPerBlock, name + places.middle, unitsPerBlock);
-            read(2 * unitsPerBlock, name + places.last, unitsPerBlock);
+            read(0, name);
+            read(unitsPerBlock, name + places.middle);
+            read(2 * unitsPerBlock, name + places.last);
         }
     }
 
@@ -86,9 +109,9 @@ public:
     }
 
 private:
-    void read(std::size_t at, const unsigned short *from, std::size_t count)
+    void read(std::size_t at, const unsigned short *from)
     {
-        std::memcpy(units + at, from, count * sizeof *units);
+        std::memcpy(units + at, from, unitsPerBlock * sizeof *units);
     }
     std::uint64_t sumsWith(unsigned mask) const
     {
@@ -107,13 +130,13 @@ private:
 #if defined(__SSE2__)
 
 // Whether the processor has registers wider than those of SSE2; false before this library is up.
-extern bool hasWideRegisters;
+extern const bool hasWideRegisters;
 
 // Code of others may leave the upper halves of wide registers in use. Every instruction below would
 // then wait for the one before it that wrote to the same register.
 inline void clearWideRegisters()
 {
-    if (hasWideRegisters) {
+    if (hasWideRegisters) [[likely]] {
         asm volatile("vzeroupper");
     }
 }
@@ -123,8 +146,10 @@ class Sse2NameRun
 public:
     Sse2NameRun(const unsigned short *name, const RunPlaces &places)
     {
-        if (places.isShort) [[unlikely]] {
-            first = _mm_unpacklo_epi64(loadHalf(name), loadHalf(name + places.last));
+        if (places.isShort()) [[unlikely]] {
+            const NameHalves halves(name, places.length);
+            first = _mm_set_epi64x(static_cast<long long>(halves.back),
+                                   static_cast<long long>(halves.front));
             middle = last = _mm_setzero_si128();
         } else {
             first = load(name);
@@ -160,10 +185,6 @@ private:
     static __m128i load(const unsigned short *units)
     {
         return _mm_loadu_si128(reinterpret_cast<const __m128i *>(units));
-    }
-    static __m128i loadHalf(const unsigned short *units)
-    {
-        return _mm_loadl_epi64(reinterpret_cast<const __m128i *>(units));
     }
     static __m128i fill(unsigned unit) { return _mm_set1_epi16(static_cast<short>(unit)); }
 
