@@ -93,21 +93,14 @@ protected:
 
 private:
     using Walk = detail::TableWalk<ArrayItem>;
+    using Slots = TSimpleArray<ArrayItem>;
 
-    static ArrayItem *fromSlot(std::int64_t slot)
-    {
-        return reinterpret_cast<ArrayItem *>(static_cast<std::intptr_t>(slot));
-    }
-    static std::int64_t toSlot(const ArrayItem *item)
-    {
-        return reinterpret_cast<std::intptr_t>(item);
-    }
     static int bucketOf(std::int64_t key, int bucketCount)
     {
         return static_cast<int>(key & (bucketCount - 1));
     }
 
-    ArrayItem *firstOf(int bucket) const { return fromSlot(buckets.getData()[bucket]); }
+    ArrayItem *firstOf(int bucket) const { return Slots::fromSlot(buckets.getData()[bucket]); }
     ArrayItem *itemOf(std::int64_t key) const
     {
         const int bucketCount = buckets.length();

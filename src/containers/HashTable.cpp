@@ -6,56 +6,45 @@
 // key comes in, halving when it is below 30 after a removal, new and moved items at the front of
 // their chains, the old table walked in order.
 //
+// Once there are more than a few items, an index beside the chains finds a key by its whole name,
+// see NameIndex.h; the chains, where keys that begin alike meet, are for walking only. Each item
+// knows the one in front of it, so that a removal does not walk its chain either.
+//
 // Items are carved from slabs and recycled. How forEach stays safe while its callback changes the
 // table is told in TableWalk.h.
 // Pinned by tests/containers/HashTableTest.cpp.
 #include <tavrin/HashTable.h>
 
 #include <algorithm>
-#include <bit>
 #include <limits>
 #include <new>
 #include <utility>
 
+#include "containers/ChainedBuckets.h"
 #include "containers/NameIndex.h"
 #include "containers/TableWalk.h"
 #include "runtime/BlockCache.h"
 
 namespace Tavrin {
 
+using detail::growFromPercent;
+using detail::isFilledTo;
+using detail::mostBuckets;
+using detail::shrinkBelowPercent;
+
 namespace {
 
+using Slots = TSimpleArray<HashItem>;
+
 constexpr int firstBuckets = 16;
-constexpr int mostBuckets = 1 << 30;
-constexpr int growFromPercent = 51;
-constexpr int shrinkBelowPercent = 30;
 constexpr int mostHalvings = 26; // from mostBuckets down to firstBuckets
 
 // A table that has no more items than this searches its chains: with 16 buckets that is the rule.
 constexpr int mostWithoutIndex = 9;
-// A rehash of a large table waits for memory all the time, so it asks for what it needs next: for
-// an item twice as many buckets ahead as for the group of the index that the item goes to.
-constexpr int bucketsAhead = 8;
-
-// Whether the load in whole per cent is at least `percent`, without a division.
-bool isFilledTo(int percent, int count, int bucketCount)
-{
-    return std::int64_t{count} * 100 >= std::int64_t{bucketCount} * percent;
-}
 
 bool matches(const String &key, const String &wanted, bool ignoreCase)
 {
     return ignoreCase ? detail::areAlikeNames(key, wanted) : detail::areEqualNames(key, wanted);
-}
-
-HashItem *fromSlot(std::int64_t slot)
-{
-    return reinterpret_cast<HashItem *>(static_cast<std::intptr_t>(slot));
-}
-
-std::int64_t toSlot(const HashItem *item)
-{
-    return reinterpret_cast<std::intptr_t>(item);
 }
 
 int bucketOf(unsigned hash, int bucketCount)
@@ -67,10 +56,10 @@ int bucketOf(unsigned hash, int bucketCount)
 void linkInto(std::int64_t &first, HashItem *item)
 {
     item->previous = nullptr;
-    item->next = fromSlot(first);
+    item->next = Slots::fromSlot(first);
     if (item->next != nullptr)
         item->next->previous = item;
-    first = toSlot(item);
+    first = Slots::toSlot(item);
 }
 
 } // namespace
@@ -110,7 +99,7 @@ HashTable &HashTable::operator=(HashTable &&other) noexcept
 
 HashItem *HashTable::firstOf(int bucket) const
 {
-    return fromSlot(buckets.getData()[bucket]);
+    return Slots::fromSlot(buckets.getData()[bucket]);
 }
 
 // Visits all items in walking order, until `visit` returns false.
@@ -118,7 +107,7 @@ template <class Visitor>
 void HashTable::visitAll(Visitor visit) const
 {
     for (const std::int64_t slot : buckets)
-        for (HashItem *item = fromSlot(slot); item != nullptr; item = item->next)
+        for (HashItem *item = Slots::fromSlot(slot); item != nullptr; item = item->next)
             if (!visit(*item))
                 return;
 }
@@ -283,7 +272,7 @@ void HashTable::growIndex()
         return;
     // Keys that differ only in case are added in the opposite of their walking order.
     for (const std::int64_t slot : buckets) {
-        HashItem *item = fromSlot(slot);
+        HashItem *item = Slots::fromSlot(slot);
         while (item != nullptr && item->next != nullptr)
             item = item->next;
         for (; item != nullptr; item = item->previous)
@@ -334,15 +323,9 @@ void HashTable::rehash(int bucketCount)
     if (bucketCount > oldCount)
         buckets.setSize(bucketCount);
     std::int64_t *firsts = &buckets[0];
-    for (int bucket = 0; bucket < oldCount; ++bucket) {
-        __builtin_prefetch(fromSlot(firsts[std::min(bucket + bucketsAhead, oldCount - 1)]));
-        HashItem *next = nullptr;
-        for (HashItem *item = fromSlot(std::exchange(firsts[bucket], 0)); item != nullptr;
-             item = next) {
-            next = item->next;
-            linkInto(firsts[bucketOf(item->hash, bucketCount)], item);
-        }
-    }
+    detail::moveChains<HashItem>(firsts, oldCount, [=](HashItem *item) {
+        linkInto(firsts[bucketOf(item->hash, bucketCount)], item);
+    });
     buckets.setSize(bucketCount);
     // Items that stay together change their order, and keys that differ only in case stay so.
     index.reverseVariants();
@@ -379,11 +362,11 @@ void HashTable::removeData(std::int64_t value)
     std::int64_t *slot = &items[0];
     visitAll([&](const HashItem &item) {
         if (item.value == value)
-            *slot++ = toSlot(&item);
+            *slot++ = Slots::toSlot(&item);
         return true;
     });
     for (const std::int64_t item : items)
-        removeItem(fromSlot(item));
+        removeItem(Slots::fromSlot(item));
 }
 
 void HashTable::erase()
@@ -428,7 +411,7 @@ void HashTable::discard(HashItem *item) noexcept
     if (item->previous != nullptr)
         item->previous->next = item->next;
     else
-        buckets[bucketOf(item->hash, buckets.length())] = toSlot(item->next);
+        buckets[bucketOf(item->hash, buckets.length())] = Slots::toSlot(item->next);
     if (index.isBuilt())
         index.remove(item);
     item->~HashItem();
@@ -444,7 +427,7 @@ void HashTable::destroyItems() noexcept
     }
     for (const std::int64_t slot : buckets) {
         HashItem *next = nullptr;
-        for (HashItem *item = fromSlot(slot); item != nullptr; item = next) {
+        for (HashItem *item = Slots::fromSlot(slot); item != nullptr; item = next) {
             next = item->next;
             item->~HashItem();
         }

@@ -14,23 +14,20 @@
 #include <new>
 #include <utility>
 
+#include "containers/ChainedBuckets.h"
 #include "containers/TableWalk.h"
 #include "runtime/BlockCache.h"
 
 namespace Tavrin {
 
+using detail::growFromPercent;
+using detail::isFilledTo;
+using detail::mostBuckets;
+using detail::shrinkBelowPercent;
+
 namespace {
 
 constexpr int firstBuckets = 32;
-constexpr int mostBuckets = 1 << 30;
-constexpr int growFromPercent = 51;
-constexpr int shrinkBelowPercent = 30;
-
-// Whether the load in whole per cent is at least `percent`, without a division.
-bool isFilledTo(int percent, int count, int bucketCount)
-{
-    return std::int64_t{count} * 100 >= std::int64_t{bucketCount} * percent;
-}
 
 } // namespace
 
@@ -71,7 +68,7 @@ template <class Visitor>
 void SparseArray::visitAll(Visitor visit) const
 {
     for (const std::int64_t slot : buckets)
-        for (ArrayItem *item = fromSlot(slot); item != nullptr; item = item->next)
+        for (ArrayItem *item = Slots::fromSlot(slot); item != nullptr; item = item->next)
             if (!visit(*item))
                 return;
 }
@@ -157,8 +154,8 @@ void SparseArray::add(std::int64_t key, std::int64_t value)
     else if (needsGrowth())
         rehash(2 * buckets.length());
     std::int64_t &first = buckets[bucketOf(key, buckets.length())];
-    auto *item = ::new (pool.take()) ArrayItem{fromSlot(first), key, value};
-    first = toSlot(item);
+    auto *item = ::new (pool.take()) ArrayItem{Slots::fromSlot(first), key, value};
+    first = Slots::toSlot(item);
     ++count;
 }
 
@@ -176,16 +173,11 @@ void SparseArray::rehash(int bucketCount)
     if (bucketCount > oldCount)
         buckets.setSize(bucketCount);
     std::int64_t *firsts = &buckets[0];
-    for (int bucket = 0; bucket < oldCount; ++bucket) {
-        ArrayItem *next = nullptr;
-        for (ArrayItem *item = fromSlot(std::exchange(firsts[bucket], 0)); item != nullptr;
-             item = next) {
-            next = item->next;
-            std::int64_t &first = firsts[bucketOf(item->key, bucketCount)];
-            item->next = fromSlot(first);
-            first = toSlot(item);
-        }
-    }
+    detail::moveChains<ArrayItem>(firsts, oldCount, [=](ArrayItem *item) {
+        std::int64_t &first = firsts[bucketOf(item->key, bucketCount)];
+        item->next = Slots::fromSlot(first);
+        first = Slots::toSlot(item);
+    });
     buckets.setSize(bucketCount);
 }
 
@@ -240,10 +232,10 @@ void SparseArray::discard(ArrayItem *item)
 {
     Walk::leave(walks, item);
     std::int64_t &first = buckets[bucketOf(item->key, buckets.length())];
-    if (fromSlot(first) == item) {
-        first = toSlot(item->next);
+    if (Slots::fromSlot(first) == item) {
+        first = Slots::toSlot(item->next);
     } else {
-        ArrayItem *before = fromSlot(first);
+        ArrayItem *before = Slots::fromSlot(first);
         while (before->next != item)
             before = before->next;
         before->next = item->next;
