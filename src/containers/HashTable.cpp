@@ -188,14 +188,13 @@ HashItem *HashTable::findItem(const String &key, bool ignoreCase) const
         const detail::NameRun run(key.wstr(), places);
         const unsigned nameHash = detail::nameHashOfAscii(run, length);
         const detail::NameIndex::Candidate candidate = index.firstCandidate(nameHash);
-        if (HashItem *item = candidate.item) [[likely]] {
-            if (item->nameHash == nameHash && item->variant == item &&
-                detail::lengthOf(item->key) == length &&
-                detail::NameRun(item->key.wstr(), places) == run) [[likely]]
-                return item;
-        } else if (candidate.isLast && run.isAscii()) [[likely]] {
-            return nullptr;
-        }
+        HashItem *item = candidate.item;
+        if (item != nullptr && item->nameHash == nameHash && item->variant == item &&
+            detail::lengthOf(item->key) == length &&
+            detail::NameRun(item->key.wstr(), places) == run) [[likely]]
+            return item;
+        if (run.isAscii()) [[likely]]
+            return candidate.isLast ? nullptr : index.find(key, nameHash, ignoreCase);
     }
     return findAnyItem(key, ignoreCase);
 }

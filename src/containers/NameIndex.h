@@ -25,7 +25,7 @@ namespace Tavrin::detail {
 struct alignas(64) NameGroup
 {
     static constexpr unsigned places = 7;
-    static constexpr int mostOnAverage = 5;
+    static constexpr int mostOnAverage = 4;
 
     std::uint64_t tags = 0; // a byte for each place, 0 for an empty one; the top byte is the count
     HashItem *items[places] = {};
