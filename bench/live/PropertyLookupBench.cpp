@@ -190,6 +190,18 @@ void addCases(const char *const *names, std::size_t count, const QMetaObject &me
         [=](benchmark::State &state) { firstLookup(state, names, count); });
 }
 
+// A large class beside a small one, which stands in the place of a peer.
+void addGrowth()
+{
+    const std::size_t large = std::size(names5000);
+    add("property-growth", "tavrin", large, [=](benchmark::State &state) {
+        lookUpInOurs(state, names5000, large, Tavrin::kDefaultLanguage, false);
+    });
+    add("property-growth", "twenty-names", large, [](benchmark::State &state) {
+        lookUpInOurs(state, names20, std::size(names20), Tavrin::kDefaultLanguage, false);
+    });
+}
+
 } // namespace
 
 } // namespace bench
@@ -203,6 +215,7 @@ int main(int count, char **arguments)
     addCases(names20, std::size(names20), Properties20::staticMetaObject);
     addCases(names500, std::size(names500), Properties500::staticMetaObject);
     addCases(names5000, std::size(names5000), Properties5000::staticMetaObject);
+    addGrowth();
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     return 0;
