@@ -14,6 +14,7 @@ class Engine;
 namespace Tavrin {
 
 class Cloneable;
+class LiveObject;
 class Variant;
 struct ErrorData;
 
@@ -107,6 +108,9 @@ public:
     void push(int code, const Variant &value, const Cloneable *data);
     // The code's text with nothing in place of "%1".
     void push(int code, const Cloneable *data);
+    // The code's text with the sentence that the object finds for the property or index of that id
+    // in place of "%1". D-249: so the text of the code stands there twice.
+    void push(int code, const LiveObject &object, int id, bool isIndex, const Cloneable *data);
     // A copy of the record. D-191: of its data too, if that can be cloned.
     void push(const ErrorInfo &record);
     // Copies of all records, in their order. It may be this Error itself.

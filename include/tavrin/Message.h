@@ -16,7 +16,8 @@ class String;
 
 namespace detail {
 class BroadcasterData;
-}
+class BroadcasterPin;
+} // namespace detail
 
 // Message: what a Broadcaster sends to its listeners.
 // Owns:    nothing. It lives on the stack of its sender; a listener does not keep it.
@@ -171,6 +172,9 @@ public:
     bool broadcast(int id) const;
 
 private:
+    friend class detail::BroadcasterPin;
+
+    detail::BroadcasterData &makeRecord();
     detail::BroadcasterData *record() const { return __atomic_load_n(&data, __ATOMIC_ACQUIRE); }
 
     detail::BroadcasterData *data = nullptr;

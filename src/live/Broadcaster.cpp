@@ -14,6 +14,7 @@
 #include <tavrin/SimpleArray.h>
 #include <tavrin/SparseArray.h>
 
+#include "live/BroadcasterPin.h"
 #include "runtime/LockTable.h"
 
 namespace Tavrin {
@@ -77,6 +78,9 @@ public:
     bool isListening(int id) const { return isHeardByAll() || hasListeners(listOf(id)); }
     bool hearsFarewell() const { return deleteListeners > 0 || isHeardByAll(); }
     bool deliver(Message &message, int id);
+    // Keep the record for longer than a Hold does, under one.
+    void pin() noexcept { ++holds; }
+    void unpin() noexcept { --holds; }
     // The broadcaster is gone: nobody listens any more.
     void abandon() noexcept;
 
@@ -330,16 +334,53 @@ Broadcaster::~Broadcaster()
     data->abandon();
 }
 
-void Broadcaster::addListener(Listener &listener, int id)
+BroadcasterData &Broadcaster::makeRecord()
 {
     if (record() == nullptr) {
         const CriticalSection section(tableLock(detail::LockSlot::lazyCreation));
         if (data == nullptr)
             __atomic_store_n(&data, new BroadcasterData, __ATOMIC_RELEASE);
     }
-    const BroadcasterData::Hold hold(*data);
-    data->add(listener, id);
+    return *data;
 }
+
+void Broadcaster::addListener(Listener &listener, int id)
+{
+    BroadcasterData &own = makeRecord();
+    const BroadcasterData::Hold hold(own);
+    own.add(listener, id);
+}
+
+namespace detail {
+
+void BroadcasterPin::enter(Broadcaster &broadcaster, Listener &newListener, int newID)
+{
+    BroadcasterData &entered = broadcaster.makeRecord();
+    const BroadcasterData::Hold hold(entered);
+    entered.add(newListener, newID);
+    entered.pin();
+    data = &entered;
+    listener = &newListener;
+    id = newID;
+}
+
+void BroadcasterPin::leave() noexcept
+{
+    if (BroadcasterData *left = std::exchange(data, nullptr)) {
+        const BroadcasterData::Hold hold(*left);
+        left->remove(*listener, id);
+        left->unpin();
+    }
+}
+
+void BroadcasterPin::swap(BroadcasterPin &other) noexcept
+{
+    std::swap(data, other.data);
+    std::swap(listener, other.listener);
+    std::swap(id, other.id);
+}
+
+} // namespace detail
 
 void Broadcaster::removeListener(Listener &listener, int id)
 {

@@ -29,6 +29,8 @@ DataMessage::DataMessage(int id, double number) : Message(id), data(number) {}
 
 DataMessage::DataMessage(int id, bool flag) : Message(id), data(flag) {}
 
+DataMessage::DataMessage(int id, LiveObject *object) : Message(id), data(object) {}
+
 DataMessage::~DataMessage() = default;
 
 Variant *DataMessage::getData() const

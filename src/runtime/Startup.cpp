@@ -20,10 +20,15 @@ constexpr Row startRows[] = {
 };
 
 constexpr Row stopRows[] = {
-    {"lock table", stopLockTable}, {"property indexes", stopPropertyIndexes},
-    {"errors", stopErrors},        {"weak references", stopWeakReferences},
-    {"encoder", stopEncoder},      {"localizer", stopLocalizer},
-    {"string", stopString},        {"context", stopContext},
+    {"lock table", stopLockTable},
+    {"live objects", stopLiveObjects},
+    {"property indexes", stopPropertyIndexes},
+    {"errors", stopErrors},
+    {"weak references", stopWeakReferences},
+    {"encoder", stopEncoder},
+    {"localizer", stopLocalizer},
+    {"string", stopString},
+    {"context", stopContext},
     {"allocator", stopAllocator},
 };
 

@@ -21,6 +21,7 @@ void startEncoder();
 void stopEncoder();
 void startLocalizer();
 void stopLocalizer();
+void stopLiveObjects();
 void startErrors();
 void stopErrors();
 

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+// Objects that store themselves to an owner on each change.
+//
+// The lock of liveClasses guards the target and its id, and is held for nothing else: lists of
+// listeners have locks of their own, and a target is called under its own lock alone. Whether a
+// target may still be held, while another thread lets it go, a weak reference tells; and a pin lets
+// an object leave the listeners of a target that is dying meanwhile. Objects that store themselves
+// in a circle come back to one that is storing already, where it ends.
+// Pinned by tests/live/LiveObjectAutostoreTest.cpp.
+#include <utility>
+
+#include <tavrin/Variant.h>
+
+#include "live/Guarded.h"
+#include "live/LiveObjectData.h"
+#include "live/Locked.h"
+#include "live/SelfHold.h"
+#include "runtime/LockTable.h"
+
+namespace Tavrin {
+
+using detail::LockSlot;
+using detail::tableLock;
+
+namespace {
+
+struct Target
+{
+    LiveObject *object;
+    int id;
+
+    bool operator==(const Target &) const = default;
+};
+
+Target targetOf(const LiveObjectData &data)
+{
+    const CriticalSection section(tableLock(LockSlot::liveClasses));
+    return {data.autostoreTarget, data.autostoreID};
+}
+
+void setTarget(LiveObjectData &data, const Target &target)
+{
+    const CriticalSection section(tableLock(LockSlot::liveClasses));
+    data.autostoreTarget = target.object;
+    data.autostoreID = target.id;
+}
+
+} // namespace
+
+int LiveObject::setAutostore(LiveObject *target, int id) const
+{
+    if (data == nullptr)
+        return detail::errorInvalid;
+    return detail::guarded(nullptr, [&] {
+        if (targetOf(*data).object == target) {
+            setTarget(*data, {target, target != nullptr ? id : 0});
+            return 0;
+        }
+        detail::BroadcasterPin pin;
+        if (target != nullptr)
+            pin.enter(*target, const_cast<LiveObject &>(*this), lastFarewell);
+        data->liveTarget = target;
+        data->targetPin.swap(pin);
+        setTarget(*data, {target, target != nullptr ? id : 0});
+        return 0;
+    });
+}
+
+// For the destructor.
+void LiveObject::endAutostore() noexcept
+{
+    data->targetPin.leave();
+    setTarget(*data, {nullptr, 0});
+}
+
+bool LiveObject::hasSameAutostore(const LiveObject &other) const
+{
+    return targetOf(*data) == targetOf(*other.data);
+}
+
+int LiveObject::invokeAutostore(Error *error)
+{
+    if (data == nullptr || data->isStoring)
+        return 0;
+    const Target wanted = targetOf(*data);
+    if (wanted.object == nullptr)
+        return 0;
+    const InterfacePtr<LiveObject> target = data->liveTarget.lock();
+    if (target != wanted.object)
+        return 0;
+    const detail::SelfHold self(*this);
+    data->isStoring = true;
+    const int code = detail::guarded(error, [&] {
+        const Variant value(*this, 0);
+        const detail::Locked locked(*target);
+        return target->put(wanted.id, value, error);
+    });
+    data->isStoring = false;
+    return code;
+}
+
+bool LiveObject::notify(Message &message)
+{
+    const Broadcaster *sender = message.getSender();
+    if (message.getID() != lastFarewell || data == nullptr)
+        return false;
+    const CriticalSection section(tableLock(LockSlot::liveClasses));
+    if (sender == nullptr || sender == static_cast<const Broadcaster *>(data->autostoreTarget)) {
+        data->autostoreTarget = nullptr;
+        data->autostoreID = 0;
+    }
+    return false;
+}
+
+} // namespace Tavrin
