@@ -181,6 +181,8 @@ public:
     Array &operator+=(const Point &point) { return append(Variant(point)); }
     Array &operator+=(const Rect &rect) { return append(Variant(rect)); }
     Array &operator+=(const Array &array) { return append(Variant(array)); }
+    Array &operator+=(LiveObject &object) { return *this += &object; }
+    Array &operator+=(LiveObject *object);
     Array &operator+=(const volatile void *) = delete;
     // D-164: appends, too.
     Array &operator=(int number) { return *this += number; }

@@ -11,7 +11,8 @@
 
 #include "containers/ArrayRecord.h"
 #include "containers/WorkStack.h"
-#include "values/LiteralParser.h"
+// A door: the values of a literal are those of an object text, which has objects too.
+#include "live/ObjectText.h"
 #include "values/VariantAccess.h"
 
 namespace Tavrin {
@@ -151,15 +152,15 @@ void BasicArray::toString(String &out) const
     ArrayWriter(out).write(*this);
 }
 
-bool Array::parse(const String &text, int)
+bool Array::parse(const String &text, int flags)
 {
     String literal = text;
     literal.strip();
-    detail::LiteralParser parser(literal);
+    detail::ObjectText reader(literal, flags);
     bool hasRead = false;
-    while (!parser.isAtEnd()) {
+    while (!reader.isAtEnd()) {
         Variant element;
-        if (!parser.readElement(element))
+        if (reader.readElement(element) != 0)
             return false;
         append(std::move(element));
         hasRead = true;

@@ -97,7 +97,7 @@ TEST_F(ArrayParseTest, MalformedLiteralsGiveTheElementsBeforeTheFault)
         {"'open", ""},
         {"'line\nend'", ""},
         {"3,\"open", "number 3"},
-        {"{a:1}", ""},
+        {"{a:1", ""},
         {"4,Foo{a:1}", "number 4"},
         {"Foo {a:1}", ""},
         {"[Foo{}]", ""},
