@@ -23,12 +23,15 @@ class Array;
 class Encoder;
 class Error;
 class FileSpec;
+class LiveCollection;
 class LiveObject;
 class RegExp;
 class Root;
 class UnitValue;
 struct Point;
 struct Rect;
+template <class T>
+class InterfacePtr;
 template <class T>
 class THashTable;
 
@@ -101,6 +104,9 @@ public:
     Variant(const Point &point) noexcept : Variant() { setPoint(point); }
     Variant(const Rect &rect) noexcept : Variant() { setRect(rect); }
     Variant(const Array &array) noexcept;
+    // An object of the application, with a number of the caller's; a null pointer gives null.
+    Variant(LiveObject &object, int id = 0) noexcept : Variant() { setLiveObject(object, id); }
+    Variant(LiveObject *object, int id = 0) noexcept : Variant() { setLiveObject(object, id); }
     // A script object that the interpreter has not made yet: see setObject.
     Variant(int id, const String &className, Root *data) noexcept : Variant()
     {
@@ -165,6 +171,8 @@ public:
     Variant &operator=(const Point &point) { return setPoint(point), *this; }
     Variant &operator=(const Rect &rect) { return setRect(rect), *this; }
     Variant &operator=(const Array &array) { return setArray(array), *this; }
+    Variant &operator=(LiveObject &object) { return setLiveObject(object, 0), *this; }
+    Variant &operator=(LiveObject *object) { return setLiveObject(object, 0), *this; }
     Variant &operator=(const volatile void *) = delete;
     template <class Function, class = std::enable_if_t<std::is_function_v<Function>>>
     Variant &operator=(Function *) = delete;
@@ -207,13 +215,22 @@ public:
     // Makes `out` share the array; false if there is none.
     bool getArray(Array &out) const;
     Root *getObjectData() const;
+    // The live object that it holds, or that its script object wraps; or null.
+    LiveObject *getLiveObject() const;
+    LiveCollection *getLiveCollection() const;
+    // The same, held. An array gives a new LiveArray of its elements. False if there is none.
+    bool getAsLiveObject(InterfacePtr<LiveObject> &object) const;
+    bool getAsLiveCollection(InterfacePtr<LiveCollection> &collection) const;
+    // All properties of a live object or script object, by name, as far as `flags` asks for them.
+    // The values are new and the table's: eraseProperties deletes them. A value that is there
+    // already is replaced. 0, or the code of the first failure, which `error` tells too, if there
+    // is one; 21 for any other kind.
+    int getObjectProperties(THashTable<Variant> &properties, int flags, Error *error) const;
+    int setObjectProperties(const THashTable<Variant> &properties, Error *error);
+    static void eraseProperties(THashTable<Variant> &properties);
     // The interpreter of the script object; else null.
     TvScript::Engine *getTavrinscriptEngine() const;
 
-    // All properties of a script object, by name. For any other kind, 21, which is also pushed into
-    // `error` if there is one.
-    int getObjectProperties(THashTable<Variant> &properties, int flags, Error *error) const;
-    int setObjectProperties(const THashTable<Variant> &properties, Error *error);
 
     // Strings are true if they are not empty, numbers unless 0 or NaN, objects always; null and
     // undefined are false.
@@ -290,6 +307,9 @@ public:
     void setRect(const Rect &rect);
     void setArray(const Array &array);
 
+    // Holds the live object, with a number of the caller's; a null pointer gives null.
+    void setLiveObject(LiveObject &object, int id);
+    void setLiveObject(LiveObject *object, int id);
     // Holds the script object; a null pointer gives null.
     void setJSObject(TvScript::Object &object);
     void setJSObject(TvScript::Object *object);
@@ -431,6 +451,10 @@ private:
     unsigned knownAttrs() const noexcept;
     bool hasNumAttr(unsigned bit) const;
 
+    void convertToArray(Variant &converted) const;
+    void convertToLiveObject(Variant &converted) const;
+    void *getLiveAs(int code) const;
+    static bool copyElements(const LiveCollection &collection, Array &out);
     bool isSameObject(const Variant &other) const;
     bool hasEqualArray(const Variant &other) const;
 

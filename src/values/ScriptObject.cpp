@@ -5,6 +5,9 @@
 
 #include <tvscript/Object.h>
 
+#include "values/LiveValue.h"
+#include "values/VariantAccess.h"
+
 namespace Tavrin::detail {
 
 namespace {
@@ -13,6 +16,7 @@ constexpr int mostHardHolders = 0x4000'0000;
 constexpr int hardCountMask = mostHardHolders - 1;
 
 constexpr int mostAsked = 8;
+constexpr int stringHint = 1;
 
 } // namespace
 
@@ -45,21 +49,23 @@ int idOf(const TvScript::Object &object)
 }
 
 // Each object is held while it is asked, because it may run a script that lets it go.
-bool primitiveOf(TvScript::Object &object, int hint, Variant &primitive)
+bool primitiveOf(const Variant &object, int hint, Variant &primitive)
 {
-    Variant holder;
-    holder.setJSObject(object);
+    Variant holder(object);
     for (int asked = 0; asked < mostAsked; ++asked) {
-        TvScript::Object *current = holder.getJSObject();
         Variant answer;
-        if (!current->valueOf(answer, hint))
-            return false;
-        TvScript::Object *next = answer.getJSObject();
-        if (next == nullptr) {
+        if (TvScript::Object *script = holder.getJSObject()) {
+            if (!script->valueOf(answer, hint))
+                return false;
+        } else {
+            askLiveObject(*holder.getLiveObject(), answer);
+        }
+        const bool isLive = answer.getType() == kLiveObject;
+        if (answer.getJSObject() == nullptr && !(isLive && hint != stringHint)) {
             primitive = std::move(answer);
             return true;
         }
-        if (next == current)
+        if (VariantAccess::isSame(answer, holder))
             return false;
         holder = std::move(answer);
     }

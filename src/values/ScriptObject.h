@@ -16,10 +16,10 @@ void dropHardHolder(TvScript::Object &object);
 
 int idOf(const TvScript::Object &object);
 
-// The primitive value of the object, with a hint of 1 for a string; false if it has none. D-166: an
-// object that answers with an object is asked in turn, eight times at most; one that answers with
-// itself has no primitive value.
-bool primitiveOf(TvScript::Object &object, int hint, Variant &primitive);
+// The primitive value of a script object or live object; false if it has none. D-166: an object
+// that answers with an object is asked in turn, eight times at most; one that answers with itself
+// has no primitive value. With a hint of 1, for a string, a live object is an answer.
+bool primitiveOf(const Variant &object, int hint, Variant &primitive);
 
 // What the object says about itself.
 String textOf(TvScript::Object &object);

@@ -21,6 +21,7 @@
 #include "runtime/HeapInline.h"
 #include "runtime/OnHeap.h"
 #include "values/ErrorCodes.h"
+#include "values/LiveValue.h"
 #include "values/ScriptObject.h"
 #include "values/VariantAccess.h"
 #include "values/VariantTypeNames.h"
@@ -125,6 +126,9 @@ public:
             if (jsObject != nullptr)
                 detail::dropObject(*jsObject);
             break;
+        case kLiveObject:
+            detail::dropLiveObject(*value.liveObject);
+            break;
         case kPoint:
             detail::deleteOnHeap(value.point);
             break;
@@ -185,6 +189,10 @@ void Variant::copyPayload(const Variant &other) noexcept
             if (other.hasText())
                 makeText(other.textSlot());
         }
+        break;
+    case kLiveObject: // whose number stays behind
+        value = other.value;
+        detail::holdLiveObject(*value.liveObject);
         break;
     case kPoint:
         value.point = other.value.point != nullptr ? copyOrNull(*other.value.point) : nullptr;
@@ -256,7 +264,8 @@ void Variant::adopt(Variant &fresh)
             detail::addHardHolder(*fresh.jsObject);
     }
     takePlain(fresh);
-    objectID = fresh.objectID;
+    if (fresh.type != kLiveObject)
+        objectID = fresh.objectID;
     jsObject = std::exchange(fresh.jsObject, nullptr);
     fresh.type = kUndefined;
     fresh.value.bits = 0;
@@ -443,20 +452,6 @@ int Variant::validate(double lo, double hi) const
 int Variant::validate(VariantType kind) const
 {
     return getDataType() == kind ? 0 : detail::errorTypeMismatch;
-}
-
-Array *Variant::getArray() const
-{
-    return type == kArray ? value.array : nullptr;
-}
-
-bool Variant::getArray(Array &out) const
-{
-    const Array *array = getArray();
-    if (array == nullptr)
-        return false;
-    out = *array;
-    return true;
 }
 
 } // namespace Tavrin

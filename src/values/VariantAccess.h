@@ -45,6 +45,13 @@ struct VariantAccess
         return array;
     }
 
+    // Whether both hold the same script object or live object.
+    static bool isSame(const Variant &a, const Variant &b)
+    {
+        return a.type == b.type && a.jsObject == b.jsObject &&
+               (a.type != kLiveObject || a.value.liveObject == b.value.liveObject);
+    }
+
     // Moves an element of a list to another place of it, where nothing is left behind.
     static void relocate(Variant &to, Variant &from)
     {

@@ -8,6 +8,8 @@
 #include <tavrin/Geometry.h>
 #include <tavrin/Variant.h>
 
+#include "values/LiveValue.h"
+
 namespace Tavrin {
 
 namespace {
@@ -48,6 +50,8 @@ bool Variant::operator==(const Variant &other) const
         return ownText() == other.ownText();
     case kObject:
         return isSameObject(other);
+    case kLiveObject:
+        return detail::areEqualLiveObjects(*value.liveObject, *other.value.liveObject);
     case kPoint:
         return areEqual(value.point, other.value.point);
     case kRect:

@@ -11,10 +11,14 @@
 #include <tavrin/Variant.h>
 
 #include "text/NumberText.h"
+#include "values/LiveValue.h"
 #include "values/ScriptObject.h"
 #include "values/Truncation.h"
+#include "values/VariantAccess.h"
 
 namespace Tavrin {
+
+using detail::VariantAccess;
 
 namespace {
 
@@ -55,7 +59,9 @@ Array arrayFrom(std::initializer_list<double> numbers)
 Array elementsOf(const Variant &variant)
 {
     Array elements;
-    if (const Point *point = variant.getPoint())
+    if (const Array *array = VariantAccess::payloadArray(variant))
+        elements = *array;
+    else if (const Point *point = variant.getPoint())
         elements = arrayFrom({point->x, point->y});
     else if (const Rect *rect = variant.getRect())
         elements = arrayFrom({rect->left, rect->top, rect->right, rect->bottom});
@@ -76,6 +82,7 @@ bool Variant::getBool() const
     case kString:
         return ownText().length() > 0;
     case kObject:
+    case kLiveObject:
         return true;
     default: // whether the text form is "true", which it never is
         return false;
@@ -98,9 +105,13 @@ double Variant::doGetDouble() const
             return objectID;
         const Variant holder(*this);
         Variant primitive;
-        if (detail::primitiveOf(*holder.jsObject, 0, primitive))
+        if (detail::primitiveOf(holder, 0, primitive))
             return primitive.getDouble();
         return detail::idOf(*holder.jsObject);
+    }
+    case kLiveObject: {
+        Variant primitive;
+        return detail::primitiveOf(*this, 0, primitive) ? primitive.getDouble() : notANumber;
     }
     default:
         return notANumber;
@@ -111,6 +122,10 @@ unsigned int Variant::getUInteger() const
 {
     if (type == kObject)
         return static_cast<unsigned>(jsObject != nullptr ? detail::idOf(*jsObject) : objectID);
+    if (type == kLiveObject) {
+        Variant primitive;
+        return detail::primitiveOf(*this, 0, primitive) ? primitive.getUInteger() : 0;
+    }
     setNumAttrs();
     return detail::wrapTo32(getDouble());
 }
@@ -119,6 +134,8 @@ int Variant::getInteger(int lo, int hi) const
 {
     if (type == kObject)
         return getInteger();
+    if (type == kLiveObject)
+        return objectID;
     const double number = getDouble();
     int whole = 0;
     if (std::isinf(number))
@@ -128,6 +145,38 @@ int Variant::getInteger(int lo, int hi) const
     if (whole < lo)
         return lo;
     return whole > hi ? hi : whole;
+}
+
+void Variant::convertToArray(Variant &converted) const
+{
+    try {
+        if (type != kLiveObject)
+            converted.setArray(elementsOf(*this));
+        else if (const Array *array = getArray())
+            converted.setArray(*array);
+        else
+            converted.setNull();
+    } catch (const std::bad_alloc &) { // as a copy without memory
+        converted.begin(kArray);
+    }
+}
+
+// What falls into elements becomes a collection of them; nothing else has an object.
+void Variant::convertToLiveObject(Variant &converted) const
+{
+    converted.setNull();
+    if (type != kArray && type != kPoint && type != kRect)
+        return;
+    LiveObject *made = nullptr;
+    try {
+        made = detail::newLiveArray(elementsOf(*this), nullptr);
+    } catch (const std::bad_alloc &) {
+        return;
+    }
+    if (made == nullptr)
+        return;
+    converted.type = kLiveObject; // takes over the reference
+    converted.value.liveObject = made;
 }
 
 void Variant::convert(VariantType to)
@@ -148,17 +197,16 @@ void Variant::convert(VariantType to)
         converted.setString(getString());
         break;
     case kPoint:
-        converted.setPoint(pointFrom(getArray()));
+        converted.setPoint(pointFrom(VariantAccess::payloadArray(*this)));
         break;
     case kRect:
-        converted.setRect(rectFrom(getArray()));
+        converted.setRect(rectFrom(VariantAccess::payloadArray(*this)));
         break;
     case kArray:
-        try {
-            converted.setArray(elementsOf(*this));
-        } catch (const std::bad_alloc &) { // as a copy without memory
-            converted.begin(kArray);
-        }
+        convertToArray(converted);
+        break;
+    case kLiveObject:
+        convertToLiveObject(converted);
         break;
     default: // no other kind can be made from a value
         converted.setNull();

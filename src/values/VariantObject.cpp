@@ -4,10 +4,9 @@
 // Pinned by tests/values/VariantObjectTest.cpp.
 #include <tavrin/Variant.h>
 
-#include <tavrin/Error.h>
 #include <tvscript/Object.h>
 
-#include "values/ErrorCodes.h"
+#include "values/LiveValue.h"
 #include "values/ScriptObject.h"
 
 namespace Tavrin {
@@ -18,27 +17,19 @@ namespace {
 constexpr int firstReservedID = -10;
 constexpr int lastReservedID = -1;
 
-int refuseAsNoObject(const Variant &value, Error *error)
-{
-    if (error != nullptr)
-        error->push(detail::errorNotAnObject, value.getString(), nullptr, true);
-    return detail::errorNotAnObject;
-}
-
 } // namespace
-
-VariantType Variant::getDataType() const
-{
-    return type;
-}
 
 bool Variant::isValidObject() const
 {
+    if (type == kLiveObject)
+        return detail::isValidLiveObject(*value.liveObject);
     return type == kObject && jsObject != nullptr && jsObject->isValid();
 }
 
 Root *Variant::getObjectData() const
 {
+    if (type == kLiveObject)
+        return detail::dataOf(*value.liveObject);
     if (type != kObject)
         return nullptr;
     return jsObject != nullptr ? jsObject->data : value.data;
@@ -80,11 +71,11 @@ void Variant::setObject(int id, const String &className, Root *data)
 
 void Variant::setObjectData(Root *data)
 {
-    if (type != kObject)
-        return;
-    if (jsObject != nullptr)
+    if (type == kLiveObject)
+        detail::setDataOf(*value.liveObject, data);
+    else if (type == kObject && jsObject != nullptr)
         jsObject->setData(data);
-    else
+    else if (type == kObject)
         value.data = data;
 }
 
@@ -96,22 +87,6 @@ void Variant::setObjectID(int id)
         jsObject->setObjectID(id);
     else
         objectID = id;
-}
-
-int Variant::getObjectProperties(THashTable<Variant> &properties, int flags, Error *error) const
-{
-    const Variant holder(*this); // the object may let this value go
-    TvScript::Object *object = holder.getJSObject();
-    return object != nullptr ? object->getProperties(properties, flags, error)
-                             : refuseAsNoObject(*this, error);
-}
-
-int Variant::setObjectProperties(const THashTable<Variant> &properties, Error *error)
-{
-    const Variant holder(*this);
-    TvScript::Object *object = holder.getJSObject();
-    return object != nullptr ? object->setProperties(properties, error)
-                             : refuseAsNoObject(*this, error);
 }
 
 void Variant::setHardRef(bool hard)

@@ -8,6 +8,7 @@
 #include <tavrin/Variant.h>
 
 #include "text/NumberText.h"
+#include "values/LiveValue.h"
 #include "values/ScriptObject.h"
 #include "values/Truncation.h"
 #include "values/VariantAccess.h"
@@ -93,6 +94,9 @@ void VariantAccess::writeText(const Variant &variant, int radix, String &out)
             out = detail::textOf(*variant.jsObject);
         else
             out = variant.ownText();
+        break;
+    case kLiveObject:
+        detail::writeLiveObject(*variant.value.liveObject, out);
         break;
     case kPoint:
         writePoint(variant.value.point != nullptr ? *variant.value.point : Point(), out);
@@ -191,7 +195,7 @@ String Variant::toString() const
 {
     if (type == kObject && jsObject != nullptr) {
         Variant primitive;
-        if (detail::primitiveOf(*jsObject, 1, primitive))
+        if (detail::primitiveOf(*this, 1, primitive))
             return primitive.getString();
     }
     return getString();

@@ -12,6 +12,7 @@
 
 #include <tavrin/Array.h>
 #include <tavrin/Geometry.h>
+#include <tavrin/LiveObject.h>
 
 #include "support/FakeObject.h"
 #include "support/LibraryTest.h"
@@ -43,6 +44,13 @@ Variant scriptObject(double worth)
     return test::holding(object);
 }
 
+Variant liveObject(const char *className, double worth)
+{
+    const auto object = InterfacePtr<LiveObject>::adopt(new LiveObject(className, true));
+    *static_cast<Variant *>(object->getAs(asValue)) = worth;
+    return Variant(object.get());
+}
+
 struct Sample
 {
     const char *name;
@@ -70,6 +78,8 @@ const Sample samples[] = {
     {"\"-Infinity\"", kString, [] { return Variant("-Infinity"); }, -infinity, "-Infinity"},
     {"unassigned", kObject, [] { return Variant(5, "Foo", nullptr); }, 5, "Foo"},
     {"object", kObject, [] { return scriptObject(9.5); }, 9.5, "[object it]"},
+    {"live object", kLiveObject, [] { return liveObject("It", 9.5); }, 9.5, "[object It]"},
+    {"other live object", kLiveObject, [] { return liveObject("Them", 8); }, 8, "[object Them]"},
     {"point", kPoint, [] { return Variant(Point(1, 2)); }, notANumber, "1:2"},
     {"other point", kPoint, [] { return Variant(Point(3, 4)); }, notANumber, "3:4"},
     {"rect", kRect, [] { return Variant(Rect(1, 2, 3, 4)); }, notANumber, "1:2-3:4"},

@@ -12,6 +12,8 @@
 
 #include <tavrin/Array.h>
 #include <tavrin/Geometry.h>
+#include <tavrin/LiveCollection.h>
+#include <tavrin/LiveObject.h>
 
 #include "support/FakeObject.h"
 #include "support/LibraryTest.h"
@@ -45,6 +47,21 @@ Variant scriptObject()
         return true;
     };
     return test::holding(object);
+}
+
+// An object worth 42.
+Variant liveObject()
+{
+    const auto object = InterfacePtr<LiveObject>::adopt(new LiveObject("It", true));
+    *static_cast<Variant *>(object->getAs(asValue)) = 42.5;
+    return Variant(object.get());
+}
+
+Variant liveArray()
+{
+    const Array elements = test::listOf({1.9, "2"});
+    const auto object = InterfacePtr<LiveObject>::adopt(new LiveArray(elements, "List", 0, false));
+    return Variant(object.get());
 }
 
 // Values by what they are and by what they give.
@@ -84,6 +101,8 @@ const Source sources[] = {
     {"an unassigned object", [] { return Variant(5, "Foo", nullptr); }, true, 5, 5, 5, noPoint,
      noRect, "array [NaN]"},
     {"a script object", scriptObject, true, 42, 7, 7, noPoint, noRect, "array [[NaN]]"},
+    {"a live object", liveObject, true, 42.5, 42, 0, noPoint, noRect, "null"},
+    {"a live array", liveArray, true, notANumber, 0, 0, noPoint, noRect, "array [1.9,2]"},
     {"a point", [] { return Variant(Point(1.5, 2.5)); }, false, notANumber, 0, 0, "point 1:2",
      noRect, "array [1.5,2.5]"},
     {"a rectangle", [] { return Variant(Rect(1.5, 2, 3, 4)); }, false, notANumber, 0, 0, noPoint,
@@ -100,6 +119,13 @@ const Source sources[] = {
 std::string textOf(double number)
 {
     return test::bytesOf(Variant(number).getString());
+}
+
+// The text of the collection of the elements of an array.
+std::string liveText(const std::string &array)
+{
+    const std::size_t start = array.find('[') + 1;
+    return array.substr(start, array.size() - start - 1);
 }
 
 // What the conversion of a source to a kind has to give.
@@ -123,6 +149,8 @@ std::string expectedOf(const Source &source, VariantType to)
         return source.rect;
     case kArray:
         return source.array;
+    case kLiveObject:
+        return value.getType() < kPoint ? "null" : "live object " + liveText(source.array);
     default:
         return "null";
     }
@@ -175,6 +203,12 @@ TEST_F(VariantConvertTest, EveryKindHasAnInteger)
         EXPECT_EQ(source.make().getUInteger(), static_cast<unsigned>(source.integer));
         EXPECT_EQ(source.make().getInteger(-100, 100), source.clamped);
     }
+}
+
+TEST_F(VariantConvertTest, ALiveObjectGivesItsTagForALimitedInteger)
+{
+    const auto object = InterfacePtr<LiveObject>::adopt(new LiveObject("It", true));
+    EXPECT_EQ(Variant(object.get(), 500).getInteger(-100, 100), 500);
 }
 
 TEST_F(VariantConvertTest, AnArrayOfTheStringTrueIsFalse)
