@@ -7,7 +7,20 @@
 // The records of reflection are made of what properties and objects know, and handed out by them.
 #include <tavrin/Reflection.h>
 
+#include "live/Guarded.h"
+// As above.
+#include "reflection/LiveObjectInfo.h"
+
 namespace Tavrin::detail {
+
+namespace {
+
+const ClassInfo *makeClassRecord(LiveObject &object)
+{
+    return new LiveObjectClassInfo(object);
+}
+
+} // namespace
 
 const ServiceInfo *newServiceRecord(int id, const String &name, InfoType type,
                                     const String &description) noexcept
@@ -29,6 +42,12 @@ try {
     return new PropServiceInfo(0, name, kInfoMethod, description);
 } catch (const std::bad_alloc &) {
     return nullptr;
+}
+
+// The object tells its class name, which a host may have overridden.
+const ClassInfo *newClassRecord(LiveObject &object) noexcept
+{
+    return guardedOr<const ClassInfo *>(nullptr, [&] { return makeClassRecord(object); });
 }
 
 } // namespace Tavrin::detail
