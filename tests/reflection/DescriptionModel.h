@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <bit>
+#include <cmath>
 #include <cstdint>
-#include <map>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <tavrin/Reflection.h>
@@ -20,8 +23,8 @@ using Units = std::u16string;
 inline String toString(const Units &units)
 {
     String string;
-    for (const char16_t unit : units)
-        string.append(static_cast<unsigned short>(unit));
+    const std::vector<unsigned short> copy(units.begin(), units.end());
+    string.append(copy.data(), static_cast<int>(copy.size()));
     return string;
 }
 
@@ -72,59 +75,75 @@ inline std::string toBytes(const Units &units)
     return bytes;
 }
 
-// The number in the text as a key that tells NaN and the zeros apart.
-inline Units numberKey(const Units &text)
+// A number as bits that tell the zeros apart, and all NaNs the same.
+inline std::uint64_t bitsOf(double number)
 {
-    return toUnits(Variant(Variant::scanDouble(toString(text), 0, nullptr)).toString());
+    return std::isnan(number) ? ~std::uint64_t{0} : std::bit_cast<std::uint64_t>(number);
+}
+
+inline double numberIn(const Units &text)
+{
+    return Variant::scanDouble(toString(text), 0, nullptr);
 }
 
 struct DescribedType
 {
     int dataType = 127;
     Units dataClass;
-    Units min = u"-Infinity";
-    Units max = u"Infinity";
+    std::uint64_t min = bitsOf(-std::numeric_limits<double>::infinity());
+    std::uint64_t max = bitsOf(std::numeric_limits<double>::infinity());
     bool hasRange = false;
     bool hasDefault = false;
-    Units standard = u"0 "; // kind and text
+    int standardKind = 0;
+    Units standardText;
+    std::uint64_t standardBits = 0; // of a number or a boolean
     bool isCollection = false;
     Units shortText;
 
     bool operator==(const DescribedType &) const = default;
     friend std::ostream &operator<<(std::ostream &out, const DescribedType &type)
     {
-        return out << " type " << type.dataType << ' '
-                   << toBytes(type.dataClass + u' ' + type.min + u".." + type.max + u' ' +
-                              type.standard + u' ' + type.shortText)
-                   << ' ' << type.hasRange << type.hasDefault << type.isCollection;
+        return out << " type " << type.dataType << ' ' << toBytes(type.dataClass) << ' '
+                   << std::bit_cast<double>(type.min) << ".." << std::bit_cast<double>(type.max)
+                   << " default " << type.standardKind << ' ' << toBytes(type.standardText) << ' '
+                   << type.standardBits << ' ' << toBytes(type.shortText) << ' ' << type.hasRange
+                   << type.hasDefault << type.isCollection;
     }
 
     static DescribedType of(const Units &text, const Units &shortText)
     {
-        static const std::map<Units, int> words = {
+        struct Word
+        {
+            std::u16string_view word;
+            int dataType;
+        };
+        static constexpr Word words[] = {
             {u"undefined", 0}, {u"boolean", 2}, {u"bool", 2},   {u"number", 3}, {u"int", 3},
             {u"uint", 3},      {u"string", 4},  {u"object", 5}, {u"Object", 5}, {u"any", 126},
         };
         DescribedType type;
         const std::vector<Units> fields = splitAt(text, u';');
         const Units word = withoutBlanks(fields[0]);
-        if (const auto known = words.find(word); known != words.end()) {
-            type.dataType = known->second;
-        } else if (!word.empty() && UnicodeUtils::iswalpha(word[0])) {
+        type.dataType = 126;
+        if (!word.empty() && UnicodeUtils::iswalpha(word[0])) {
             type.dataType = 5;
             type.dataClass = word;
-        } else {
-            type.dataType = 126;
+        }
+        for (const Word &known : words) {
+            if (known.word == word) {
+                type.dataType = known.dataType;
+                type.dataClass.clear();
+            }
         }
         const Units min = partOf(fields, 1, u';'), max = partOf(fields, 2, u';');
         if (!min.empty())
-            type.min = numberKey(min);
+            type.min = bitsOf(numberIn(min));
         if (!max.empty())
-            type.max = numberKey(max);
+            type.max = bitsOf(numberIn(max));
         type.hasRange = !min.empty() || !max.empty();
         const Units standard = partOf(fields, 3, u';');
         type.hasDefault = !standard.empty();
-        type.standard = standardKey(standard);
+        type.setStandard(standard);
         type.isCollection = !partOf(fields, 4, u';', true).empty();
         type.shortText = shortText;
         return type;
@@ -140,11 +159,15 @@ struct DescribedType
         info.getDataClass(text);
         type.dataClass = toUnits(text);
         type.hasRange = info.getValidRange(min, max);
-        type.min = toUnits(Variant(min).toString());
-        type.max = toUnits(Variant(max).toString());
+        type.min = bitsOf(min);
+        type.max = bitsOf(max);
         Variant standard;
         type.hasDefault = info.getDefaultValue(standard);
-        type.standard = keyOf(standard);
+        type.standardKind = standard.getType();
+        if (standard.getType() == kString)
+            type.standardText = toUnits(standard.getString());
+        else if (standard.getType() == kNumber || standard.getType() == kBoolean)
+            type.standardBits = bitsOf(standard.getDouble());
         type.isCollection = info.isCollection();
         info.getDescription(text);
         type.shortText = toUnits(text);
@@ -152,24 +175,22 @@ struct DescribedType
     }
 
 private:
-    static Units keyOf(const Variant &value)
-    {
-        if (!value.isDefined())
-            return u"0 ";
-        return Units(1, static_cast<char16_t>(u'0' + value.getType())) + u' ' +
-               toUnits(value.toString());
-    }
-    static Units standardKey(const Units &text)
+    void setStandard(const Units &text)
     {
         if (text.empty() || text == u"undefined")
-            return u"0 ";
-        if (text == u"null")
-            return u"1 null";
-        if (text == u"true" || text == u"false")
-            return u"2 " + text;
-        if (text.find_first_of(u"-+0123456789") == 0)
-            return u"3 " + numberKey(text);
-        return u"4 " + text;
+            return;
+        if (text == u"null") {
+            standardKind = kNull;
+        } else if (text == u"true" || text == u"false") {
+            standardKind = kBoolean;
+            standardBits = bitsOf(text == u"true" ? 1 : 0);
+        } else if (text.find_first_of(u"-+0123456789") == 0) {
+            standardKind = kNumber;
+            standardBits = bitsOf(numberIn(text));
+        } else {
+            standardKind = kString;
+            standardText = text;
+        }
     }
 };
 
@@ -215,7 +236,8 @@ struct Described
             return described;
         }
         if (isParam)
-            described.name = u"arg" + toUnits(Variant(index + 1.0).toString());
+            described.name =
+                u"arg" + toUnits(String(std::to_string(std::int64_t{index} + 1).c_str()));
         const std::int64_t at =
             isParam ? std::int64_t{index} + (hasResult(segments) ? 1 : 0) : std::int64_t{0};
         const Units segment = partOf(segments, static_cast<std::size_t>(at), u',');
