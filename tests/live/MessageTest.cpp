@@ -7,6 +7,7 @@
 
 #include <tavrin/Array.h>
 
+#include "live/Hosts.h"
 #include "support/LibraryTest.h"
 
 using namespace Tavrin;
@@ -38,6 +39,18 @@ TEST_F(MessageTest, ADataMessageTakesEachKindOfValue)
     EXPECT_EQ(*DataMessage(hello, units).getData(), Variant(String(units)));
     EXPECT_EQ(*DataMessage(hello, String("abc")).getData(), Variant(String("abc")));
     EXPECT_EQ(*DataMessage(hello, Variant(Point(1, 2))).getData(), Variant(Point(1, 2)));
+}
+
+TEST_F(MessageTest, ADataMessageHoldsALiveObject)
+{
+    const auto object = test::make<test::Plain>();
+    {
+        const DataMessage message(hello, object.get());
+        EXPECT_EQ(message.getData()->getLiveObject(), object.get());
+        EXPECT_EQ(object->getRefCount(), 2);
+        EXPECT_TRUE(DataMessage(hello, static_cast<LiveObject *>(nullptr)).getData()->isNull());
+    }
+    EXPECT_EQ(object->getRefCount(), 1);
 }
 
 TEST_F(MessageTest, WhatAListenerWritesStaysInTheMessage)
