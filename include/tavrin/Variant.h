@@ -231,7 +231,6 @@ public:
     // The interpreter of the script object; else null.
     TvScript::Engine *getTavrinscriptEngine() const;
 
-
     // Strings are true if they are not empty, numbers unless 0 or NaN, objects always; null and
     // undefined are false.
     bool getBool() const;
@@ -273,28 +272,19 @@ public:
             doErase();
     }
 
-    void setBool(bool flag)
-    {
-        begin(kBoolean);
-        value.bits = flag;
-    }
-    void setDouble(double number)
-    {
-        begin(kNumber);
-        value.number = number;
-    }
+    void setBool(bool flag) { become(kBoolean, {.bits = flag}); }
+    void setDouble(double number) { become(kNumber, {.number = number}); }
     void setInteger(int number)
     {
-        begin(kNumber, NUM_INTEGER);
-        value.number = number;
+        become(kNumber, {.number = static_cast<double>(number)}, NUM_INTEGER);
     }
     void setInteger(unsigned int number)
     {
-        begin(kNumber, number > 0x7FFFFFFF ? NUM_UINTEGER : NUM_UINTEGER | NUM_INTEGER);
-        value.number = number;
+        const unsigned known = number > 0x7FFFFFFF ? NUM_UINTEGER : NUM_UINTEGER | NUM_INTEGER;
+        become(kNumber, {.number = static_cast<double>(number)}, known);
     }
     void setBool(const volatile void *) = delete;
-    void setNull() { begin(kNull); }
+    void setNull() { become(kNull, {}); }
     void setNaN();
     void setPosInfinity();
     void setNegInfinity();
@@ -391,16 +381,19 @@ private:
         clear();
     }
 
-    // Releases what a payload kind holds and becomes `kind`, with a value of zero. What an object
-    // assigns while it is released goes, too.
-    void begin(VariantType kind, unsigned bits = 0)
+    // Becomes `kind` with that payload. What a payload kind held is released last, when nothing of
+    // this value is touched any more: the release may run code that ends the value.
+    void become(VariantType kind, Payload payload, unsigned bits = 0)
     {
-        while (type >= kObject)
-            [[unlikely]] doErase();
-        value.bits = 0;
+        if (type >= kObject) [[unlikely]] {
+            replace(kind, payload, bits);
+            return;
+        }
+        value = payload;
         type = kind;
         attrs = static_cast<std::uint16_t>((attrs & holderMask) | bits);
     }
+    void replace(VariantType kind, Payload payload, unsigned bits);
     void takeAttrs(const Variant &other) noexcept
     {
         attrs = static_cast<std::uint16_t>((attrs & holderMask) | (other.attrs & copiedMask));

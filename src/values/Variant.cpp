@@ -156,6 +156,14 @@ void Variant::doErase() noexcept
     const Released released(*this);
 }
 
+void Variant::replace(VariantType kind, Payload payload, unsigned bits)
+{
+    const Released released(*this);
+    value = payload;
+    type = kind;
+    attrs = static_cast<std::uint16_t>((attrs & holderMask) | bits);
+}
+
 // A string, from a kind below kObject.
 void Variant::takeString(const Variant &other) noexcept
 {
@@ -275,48 +283,47 @@ void Variant::adopt(Variant &fresh)
 
 void Variant::setNaN()
 {
-    begin(kNumber, NUM_ATTRS_SET | NUM_NAN);
-    value.number = std::numeric_limits<double>::quiet_NaN();
+    become(kNumber, {.number = std::numeric_limits<double>::quiet_NaN()}, NUM_ATTRS_SET | NUM_NAN);
 }
 
 void Variant::setPosInfinity()
 {
-    begin(kNumber, NUM_ATTRS_SET | NUM_POSINF);
-    value.number = std::numeric_limits<double>::infinity();
+    become(kNumber, {.number = std::numeric_limits<double>::infinity()},
+           NUM_ATTRS_SET | NUM_POSINF);
 }
 
 void Variant::setNegInfinity()
 {
-    begin(kNumber, NUM_ATTRS_SET | NUM_NEGINF);
-    value.number = -std::numeric_limits<double>::infinity();
+    become(kNumber, {.number = -std::numeric_limits<double>::infinity()},
+           NUM_ATTRS_SET | NUM_NEGINF);
 }
 
 void Variant::setMinus0()
 {
-    begin(kNumber, minus0Attrs);
-    value.number = -0.0;
+    become(kNumber, {.number = -0.0}, minus0Attrs);
 }
 
 // The text may be that of this value, or of a part of its payload.
 template <class Text>
 void Variant::setText(const Text &text)
 {
+    if (type >= kObject) {
+        Variant fresh;
+        fresh.setText(text);
+        adopt(fresh);
+        return;
+    }
     try {
-        if (type < kObject && hasText()) {
+        if (hasText()) {
             textSlot() = text;
-            begin(kString);
         } else {
             String fresh(text);
-            begin(kString);
-            if (hasText())
-                textSlot() = std::move(fresh);
-            else
-                ::new (static_cast<void *>(textStorage)) String(std::move(fresh));
+            ::new (static_cast<void *>(textStorage)) String(std::move(fresh));
         }
     } catch (const std::bad_alloc &) {
-        begin(kString);
         dropText();
     }
+    become(kString, {});
 }
 
 void Variant::setString(const String &string)
@@ -345,23 +352,17 @@ void Variant::setString(const unsigned short *units)
 
 void Variant::setPoint(const Point &point)
 {
-    Point *fresh = copyOrNull(point);
-    begin(kPoint);
-    value.point = fresh;
+    become(kPoint, {.point = copyOrNull(point)});
 }
 
 void Variant::setRect(const Rect &rect)
 {
-    Rect *fresh = copyOrNull(rect);
-    begin(kRect);
-    value.rect = fresh;
+    become(kRect, {.rect = copyOrNull(rect)});
 }
 
 void Variant::setArray(const Array &array)
 {
-    Array *fresh = newArray(array);
-    begin(kArray);
-    value.array = fresh;
+    become(kArray, {.array = newArray(array)});
 }
 
 void Variant::setNumAttrs() const

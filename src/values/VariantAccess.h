@@ -33,8 +33,7 @@ struct VariantAccess
     // Makes an undefined value own the array; null is what an array value has without memory.
     static void giveArray(Variant &variant, Array *array)
     {
-        variant.begin(kArray);
-        variant.value.array = array;
+        variant.become(kArray, {.array = array});
     }
     // Takes the array out of an array value, which becomes undefined.
     static Array *takeArray(Variant &variant)

@@ -157,7 +157,7 @@ void Variant::convertToArray(Variant &converted) const
         else
             converted.setNull();
     } catch (const std::bad_alloc &) { // as a copy without memory
-        converted.begin(kArray);
+        converted.become(kArray, {});
     }
 }
 

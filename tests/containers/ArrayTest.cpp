@@ -556,6 +556,11 @@ TEST_F(ArrayTest, AnElementMayUseTheArrayWhileItIsDestroyed)
         [](Array &array) { array.erase(); },
         [](Array &array) { array.removeAt(0, 2); },
         [](Array &array) { array.removeAt(1, 1); },
+        [](Array &array) { array[1] = 5; },
+        [](Array &array) { array[1] = Variant("five"); },
+        [](Array &array) { array[1].setNull(); },
+        [](Array &array) { array[1].erase(); },
+        [](Array &array) { array = Array(); },
     };
     for (const Action action : actions)
         for (const Change change : changes) {

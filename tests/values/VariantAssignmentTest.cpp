@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include <tavrin/Variant.h>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include <gtest/gtest.h>
 
 #include <tavrin/Array.h>
 #include <tavrin/Geometry.h>
+#include <tavrin/LiveObject.h>
 
 #include "support/FakeObject.h"
 #include "support/LibraryTest.h"
@@ -19,6 +22,12 @@ using test::FakeObject;
 namespace {
 
 using VariantAssignmentTest = test::LibraryTest;
+
+Variant liveObject()
+{
+    const auto object = InterfacePtr<LiveObject>::adopt(new LiveObject("It", true));
+    return Variant(object.get());
+}
 
 // One value of each kind that there is.
 struct Sample
@@ -39,6 +48,7 @@ const Sample samples[] = {
     {"string", [] { return Variant("abc"); }},
     {"unassigned object", [] { return Variant(7, "Foo", nullptr); }},
     {"script object", [] { return test::holding(new FakeObject("it")); }},
+    {"live object", liveObject},
     {"point", [] { return Variant(Point(1, 2)); }},
     {"rect", [] { return Variant(Rect(1, 2, 3, 4)); }},
     {"array",
@@ -172,4 +182,71 @@ TEST_F(VariantAssignmentTest, ACopyOfAPinnedStringIsItsOwn)
     assigned = pinned;
     EXPECT_EQ(described(assigned), "string abc");
     EXPECT_NE(assigned.getString().wstr(), pinned.wstr());
+}
+
+// Values whose end comes while they change
+
+TEST_F(VariantAssignmentTest, AValueMayEndWhileWhatItHeldIsDestroyed)
+{
+    struct Change
+    {
+        const char *name;
+        void (*run)(Variant &);
+    };
+    const unsigned short units[] = {'a', 0};
+    static const unsigned short *const text = units;
+    const Change changes[] = {
+        {"boolean", [](Variant &value) { value = true; }},
+        {"int", [](Variant &value) { value = 5; }},
+        {"unsigned", [](Variant &value) { value = 5U; }},
+        {"double", [](Variant &value) { value = 2.5; }},
+        {"wide integer", [](Variant &value) { value = std::int64_t{5}; }},
+        {"NaN", [](Variant &value) { value.setNaN(); }},
+        {"infinity", [](Variant &value) { value.setPosInfinity(); }},
+        {"negative infinity", [](Variant &value) { value.setNegInfinity(); }},
+        {"minus zero", [](Variant &value) { value.setMinus0(); }},
+        {"null", [](Variant &value) { value.setNull(); }},
+        {"bytes", [](Variant &value) { value = "bytes"; }},
+        {"encoded bytes", [](Variant &value) { value.setString("bytes", nullptr); }},
+        {"units", [](Variant &value) { value = text; }},
+        {"string", [](Variant &value) { value = String("string"); }},
+        {"point", [](Variant &value) { value = Point(1, 2); }},
+        {"rect", [](Variant &value) { value = Rect(1, 2, 3, 4); }},
+        {"array", [](Variant &value) { value = test::listOf({1}); }},
+        {"unassigned object", [](Variant &value) { value.setObject(7, "Foo", nullptr); }},
+        {"script object", [](Variant &value) { value.setJSObject(new FakeObject); }},
+        {"live object", [](Variant &value) { value = liveObject(); }},
+        {"no live object", [](Variant &value) { value = static_cast<LiveObject *>(nullptr); }},
+        {"no script object", [](Variant &value) { value.setJSObject(nullptr); }},
+        {"copy", [](Variant &value) { value = Variant("abc"); }},
+        {"plain copy",
+         [](Variant &value) {
+             const Variant source(5);
+             value = source;
+         }},
+        {"erase", [](Variant &value) { value.erase(); }},
+        {"conversion to a number", [](Variant &value) { value.convert(kNumber); }},
+        {"conversion to a string", [](Variant &value) { value.convert(kString); }},
+        {"conversion to nothing", [](Variant &value) { value.convert(kUndefined); }},
+    };
+    constexpr unsigned char trace = 0xA5;
+    for (const Change &change : changes)
+        for (const bool isElement : {false, true}) {
+            SCOPED_TRACE(testing::Message() << change.name << (isElement ? ", an element" : ""));
+            alignas(Variant) unsigned char storage[sizeof(Variant)];
+            auto *value = ::new (static_cast<void *>(storage)) Variant;
+            auto *object = new FakeObject;
+            object->onDestroy = [&] {
+                value->~Variant();
+                std::fill(std::begin(storage), std::end(storage), trace);
+            };
+            if (isElement)
+                *value = test::listOf({test::holding(object)});
+            else
+                value->setJSObject(object);
+            change.run(*value);
+            for (const unsigned char byte : storage)
+                ASSERT_EQ(byte, trace);
+        }
+    EXPECT_EQ(FakeObject::living(), 0);
 }

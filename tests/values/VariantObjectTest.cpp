@@ -110,10 +110,13 @@ TEST_F(VariantObjectTest, AnObjectMayAssignToItsHolderWhileItIsDestroyed)
 {
     Variant value;
     auto *object = new FakeObject;
-    object->onDestroy = [&value] { value = test::listOf({"by the object"}); };
+    object->onDestroy = [&value] {
+        EXPECT_EQ(described(value), "number 5");
+        value = test::listOf({"by the object"});
+    };
     value.setJSObject(object);
     value = 5;
-    EXPECT_EQ(described(value), "number 5");
+    EXPECT_EQ(described(value), "array [by the object]");
     object = new FakeObject;
     object->onDestroy = [&value] {
         EXPECT_EQ(described(value), "array [1]");
