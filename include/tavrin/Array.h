@@ -108,9 +108,8 @@ TAVRIN_API extern const ArrayData emptyArray;
 // Cost:    copy O(1); element access O(1); append amortised O(1). The first 1024 elements or so
 //          stand in one block, higher ones cost a block each, and missing ones nothing.
 // Units:   elements, as unsigned 32-bit counts.
-// Failure: reading a missing element gives an undefined value; std::bad_alloc from Heap, also for
-// an
-//          element behind the last index of 32 bits, and the array has its old elements then.
+// Failure: reading a missing element gives an undefined value; std::bad_alloc from Heap, and for an
+//          element behind the last index of 32 bits. The array has its old elements then.
 class TAVRIN_API Array : public BasicArray
 {
 public:
@@ -209,8 +208,9 @@ private:
     Array &append(Variant &&element);
 
     static ArrayData *clone(const ArrayData *record);
-    // The one place that ends sharing.
+    // The two places that end sharing; `part` lets references to elements stand.
     void unique(unsigned int newLength);
+    void part();
     void truncate(unsigned int newLength);
     void shiftUp(unsigned int start, unsigned int count, unsigned int oldLength);
     struct Removed;
