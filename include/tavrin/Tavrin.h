@@ -11,6 +11,9 @@
 #include <tavrin/HashTable.h>
 #include <tavrin/Heap.h>
 #include <tavrin/InitTerm.h>
+#include <tavrin/LiveCollection.h>
+#include <tavrin/LiveComponent.h>
+#include <tavrin/LiveObject.h>
 #include <tavrin/LivePropertyManager.h>
 #include <tavrin/Localizer.h>
 #include <tavrin/Lock.h>
