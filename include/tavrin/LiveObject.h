@@ -96,8 +96,7 @@ public:
     const LivePropertyManager *getPropertyManager() const { return propertyManager; }
     void setPropertyManager(const LivePropertyManager *manager) { propertyManager = manager; }
 
-    // A new id, for properties that are made at run time. D-240: it is a plain counter, for the
-    // start of a program.
+    // A new id, for properties that are made at run time: from firstGivenID on, one after the other.
     static int getNextID();
 
     // Replaces `out` by how an error names the property or index. D-241: of an index it shows

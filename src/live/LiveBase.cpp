@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What objects and components share. Pinned by tests/live/LiveObjectTest.cpp and
 // LiveObjectErrorTest.cpp.
+#include <atomic>
 #include <iterator>
 #include <new>
 
@@ -128,8 +129,8 @@ void LiveBase::revalidate()
 
 int LiveBase::getNextID()
 {
-    static int nextID = firstGivenID;
-    return nextID++;
+    static std::atomic<unsigned> nextID = firstGivenID;
+    return static_cast<int>(nextID.fetch_add(1, std::memory_order_relaxed));
 }
 
 int LiveBase::getPropertyText(String &out, int id, bool isIndex) const
