@@ -78,10 +78,21 @@ LiveArray::LiveArray(const char *className, int lengthPropertyID, bool isReadOnl
 
 LiveArray::LiveArray(const Array &elements, const char *className, int lengthPropertyID,
                      bool isReadOnly)
-    : LiveCollection(className, lengthPropertyID, isReadOnly), array(elements)
-{}
+    : LiveCollection(className, lengthPropertyID, isReadOnly)
+{
+    const int code = guarded(nullptr, [&] {
+        array = elements;
+        return 0;
+    });
+    if (code != 0) // a pinned array is copied
+        LiveObject::invalidate();
+}
 
-LiveArray::~LiveArray() = default;
+LiveArray::~LiveArray()
+{
+    setValid(false);
+    array.erase(); // what an element does while it dies meets an array without it
+}
 
 const void *LiveArray::getAs(int code) const
 {

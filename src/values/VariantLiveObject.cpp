@@ -32,6 +32,11 @@ private:
     const Locked locked;
 };
 
+void *faceOf(LiveObject &object, int code)
+{
+    return guardedOr<void *>(nullptr, [&] { return object.getAs(code); });
+}
+
 } // namespace
 
 void holdLiveObject(const LiveObject &object)
@@ -97,7 +102,7 @@ LiveObject *Variant::getLiveObject() const
 void *Variant::getLiveAs(int code) const
 {
     LiveObject *object = getLiveObject();
-    return object != nullptr ? object->getAs(code) : nullptr;
+    return object != nullptr ? detail::faceOf(*object, code) : nullptr;
 }
 
 LiveCollection *Variant::getLiveCollection() const
@@ -165,7 +170,7 @@ bool Variant::getAsLiveCollection(InterfacePtr<LiveCollection> &collection) cons
     collection.reset();
     InterfacePtr<LiveObject> object;
     if (getAsLiveObject(object))
-        collection = static_cast<LiveCollection *>(object->getAs(asLiveCollection));
+        collection = static_cast<LiveCollection *>(detail::faceOf(*object, asLiveCollection));
     return static_cast<bool>(collection);
 }
 

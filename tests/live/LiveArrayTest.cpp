@@ -205,6 +205,32 @@ TEST_F(LiveArrayTest, AnOldElementMayClearTheArrayThatItDiesOf)
     EXPECT_EQ(pages->length(), 0U);
 }
 
+TEST_F(LiveArrayTest, AnElementMayUseTheArrayThatDiesWithIt)
+{
+    struct Last : LiveObject
+    {
+        Last(LiveArray &whose, int &noted) : LiveObject("Last", false), owner(whose), code(noted) {}
+        ~Last() override
+        {
+            Variant out;
+            code = owner.getByIndex(0, out, nullptr);
+            EXPECT_EQ(owner.length(), 0U);
+            EXPECT_EQ(owner.putByIndex(0, 1, nullptr), 45);
+            String text;
+            owner.toString(text);
+            EXPECT_EQ(text, "[Invalid Object]");
+        }
+        LiveArray &owner;
+        int &code;
+    };
+    int code = 0;
+    {
+        const auto pages = liveArray("a");
+        pages->putByIndex(0, Variant(make<Last>(*pages, code).get()), nullptr);
+    }
+    EXPECT_EQ(code, 45);
+}
+
 // --- The text ------------------------------------------------------------------------------------
 
 TEST_F(LiveArrayTest, TellsItsElements)

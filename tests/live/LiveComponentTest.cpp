@@ -137,3 +137,37 @@ TEST_F(LiveComponentTest, HasNoElements)
     EXPECT_EQ(bare->putByIndex(*object, 3, 1, &put), 41);
     EXPECT_EQ(fullText(put), "{LiveObject(\"Foo\").property(3)} is out of range");
 }
+
+TEST_F(LiveComponentTest, ATableThatThrowsGivesACode)
+{
+    struct Throwing : LivePropertyManager
+    {
+        int getIDForName(const String &, int &, InfoType &, int) const override { throw 5; }
+        int getNameForID(int, String &, int) const override { throw std::bad_alloc(); }
+        InfoType getType(int) const override { throw 5; }
+        int enumerate(SimpleArray &, int) const override { throw 5; }
+        const ServiceInfo *getServiceInfo(int, int) const override { throw 5; }
+    };
+    const Throwing table;
+    bare->setPropertyManager(&table);
+    int id = 7;
+    InfoType type = kInfoReadOnly;
+    EXPECT_EQ(bare->getIDForName(*object, "unit", id, type, kDefaultLanguage), -29);
+    EXPECT_EQ(id, 0);
+    EXPECT_EQ(type, kInfoNone);
+    String name = "before";
+    EXPECT_EQ(bare->getNameForID(*object, 1, name, kDefaultLanguage), -28);
+    EXPECT_EQ(name, "");
+    EXPECT_EQ(bare->getType(*object, 1), kInfoNone);
+    SimpleArray ids;
+    EXPECT_EQ(bare->enumerate(*object, ids, kListReadWrite), -29);
+    EXPECT_EQ(bare->getServiceInfo(*object, 1, 0), nullptr);
+
+    object->setPropertyManager(&table);
+    EXPECT_EQ(object->getIDForName("unit", id, type, kDefaultLanguage), -29);
+    EXPECT_EQ(object->getNameForID(1, name, kDefaultLanguage), -28);
+    EXPECT_EQ(object->getType(1), kInfoNone);
+    EXPECT_EQ(object->enumerate(ids, kListReadWrite), -29);
+    object->setPropertyManager(nullptr);
+    bare->setPropertyManager(nullptr);
+}

@@ -355,6 +355,21 @@ const Operation operations[] = {
          return w.error.getCode() == outOfMemory ? outOfMemory : 0;
      },
      Allocates::always},
+    {"a collection of a pinned array",
+     [](World &) {
+         Array pinned = arrayOfValues(1, 2);
+         pinned.makeUnique();
+         try {
+             const auto made = make<LiveArray>(pinned, "Made", 1, false);
+             if (!made->isValid())
+                 return outOfMemory;
+             EXPECT_EQ(made->length(), 2U);
+             return 0;
+         } catch (const std::bad_alloc &) { // of the object itself
+             return outOfMemory;
+         }
+     },
+     Allocates::always},
     {"element get", [](World &w) { return w.collection->getByIndex(0, w.out, &w.error); }},
     {"element put", [](World &w) { return w.collection->putByIndex(1, "second", &w.error); }},
     {"far element put", [](World &w) { return w.collection->putByIndex(9999, 1, &w.error); },

@@ -374,6 +374,24 @@ TEST_F(VariantLiveObjectTest, AHandlerThatThrowsGivesNothing)
     value.setObjectData(nullptr);
 }
 
+TEST_F(VariantLiveObjectTest, AnObjectThatThrowsHasNoFaces)
+{
+    struct Faceless : Plain
+    {
+        const void *getAs(int) const override { throw 5; }
+        void *getAs(int) override { throw 5; }
+    };
+    const auto object = make<Faceless>();
+    const Variant value(*object);
+    Array elements;
+    InterfacePtr<LiveCollection> collection;
+    EXPECT_EQ(value.getArray(), nullptr);
+    EXPECT_FALSE(value.getArray(elements));
+    EXPECT_EQ(value.getLiveCollection(), nullptr);
+    EXPECT_FALSE(value.getAsLiveCollection(collection));
+    EXPECT_EQ(value.getDataType(), kLiveObject);
+}
+
 TEST_F(VariantLiveObjectTest, ConvertsToEachKind)
 {
     const auto convert = [](const LiveObject &object, VariantType to) {
