@@ -9,14 +9,15 @@
 namespace Tavrin::detail {
 
 // The components of an object, from the last one to the first. Each one is kept alive and locked
-// until the next one is asked for. Components may be added and removed meanwhile: one that was
-// removed is not met any more.
+// until the next one is asked for. Components may be added and removed meanwhile: none is met
+// twice, and one that was removed is not met any more.
 class ComponentWalk
 {
 public:
     explicit ComponentWalk(const LiveObject &object)
         : data(*LiveObjectAccess::data(object)),
-          place(data.components.length()),
+          components(data.components),
+          place(components.length()),
           owner(place > 0 && object.getRefCount() > 0 ? &object : nullptr)
     {
         if (owner != nullptr)
@@ -42,8 +43,11 @@ private:
     LiveComponent *take();
     void letGo();
 
+    bool isStillThere(LiveComponent *component) const;
+
     LiveObjectData &data;
-    int place; // of the current component, or behind the last one
+    const TSimpleArray<LiveComponent> components; // as they were at first
+    int place;                                    // of the current one, or behind the last one
     const LiveObject *owner;
     LiveComponent *current = nullptr;
 };

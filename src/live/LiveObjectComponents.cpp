@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // The components of an object. Pinned by tests/live/LiveObjectComponentTest.cpp.
-#include <algorithm>
 #include <utility>
 
 #include "live/ComponentWalk.h"
@@ -19,15 +18,21 @@ namespace detail {
 LiveComponent *ComponentWalk::take()
 {
     letGo();
-    place = std::min(place, data.components.length()) - 1;
-    if (place < 0) {
-        place = 0;
-        return nullptr;
-    }
-    current = std::as_const(data.components)[place];
-    current->addRef();
-    current->lock();
-    return current;
+    while (place > 0)
+        if (LiveComponent *component = components[--place]; isStillThere(component)) {
+            current = component;
+            current->addRef();
+            current->lock();
+            return current;
+        }
+    return nullptr;
+}
+
+bool ComponentWalk::isStillThere(LiveComponent *component) const
+{
+    const auto &now = std::as_const(data.components);
+    const bool isSameList = now.begin() == components.begin();
+    return isSameList || now.indexOf(component) >= 0;
 }
 
 void ComponentWalk::letGo()

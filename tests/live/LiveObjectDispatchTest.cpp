@@ -286,6 +286,61 @@ TEST_F(LiveObjectDispatchTest, ComponentsMayBeAddedAndRemovedDuringASearch)
     EXPECT_EQ(a->getRefCount(), 1);
 }
 
+TEST_F(LiveObjectDispatchTest, NoComponentIsAskedTwiceInASearch)
+{
+    struct Counting : LiveComponent
+    {
+        std::vector<LiveComponent *> leaving, coming;
+        int questions = 0;
+        InfoType getType(const LiveObject &asking, int) override
+        {
+            ++questions;
+            auto &object = const_cast<LiveObject &>(asking);
+            for (LiveComponent *other : leaving)
+                object.removeComponent(*other);
+            for (LiveComponent *other : coming)
+                object.addComponent(*other);
+            return kInfoNone;
+        }
+    };
+    using Places = std::vector<int>;
+    struct Row
+    {
+        const char *name;
+        Places leaving, coming;     // when the third of four is asked
+        std::vector<int> questions; // of each, and of a fifth one
+    };
+    const Row rows[] = {
+        {"nothing changes", {}, {}, {1, 1, 1, 1, 0}},
+        {"one that was asked goes", {3}, {}, {1, 1, 1, 1, 0}},
+        {"the one that is asked goes", {2}, {}, {1, 1, 1, 1, 0}},
+        {"the next one goes", {1}, {}, {1, 0, 1, 1, 0}},
+        {"the one that is asked and one before go", {0, 2}, {}, {0, 1, 1, 1, 0}},
+        {"all go", {0, 1, 2, 3}, {}, {0, 0, 1, 1, 0}},
+        {"all go and come again", {0, 1, 2, 3}, {3, 2, 1, 0}, {1, 1, 1, 1, 0}},
+        {"one comes", {}, {4}, {1, 1, 1, 1, 0}},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        const auto object = make<Plain>();
+        std::vector<test::Owned<Counting>> all;
+        for (int number = 0; number < 5; ++number)
+            all.push_back(make<Counting>());
+        for (std::size_t number = 0; number < 4; ++number)
+            object->addComponent(*all[number]);
+        for (const int number : row.leaving)
+            all[2]->leaving.push_back(all[static_cast<std::size_t>(number)].get());
+        for (const int number : row.coming)
+            all[2]->coming.push_back(all[static_cast<std::size_t>(number)].get());
+        Variant out;
+        EXPECT_EQ(object->get(5, out, nullptr), 2);
+        std::vector<int> questions;
+        for (const auto &each : all)
+            questions.push_back(each->questions);
+        EXPECT_EQ(questions, row.questions);
+    }
+}
+
 // --- Nobody --------------------------------------------------------------------------------------
 
 TEST_F(LiveObjectDispatchTest, NamesWhatNobodyKnows)
