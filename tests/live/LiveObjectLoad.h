@@ -14,8 +14,8 @@ namespace Tavrin::test {
 
 // LiveObjectLoad: threads that share objects with locks. They read, write, call, invalidate, clone
 // and broadcast, add and remove components and listeners, link objects to owners that come and go,
-// and pass values on. Every thread counts in a property of its own and in one that all share;
-// what is lost shows in the sums.
+// change the elements of a collection, and pass values on. Every thread counts in a property of its
+// own and in one that all share; what is lost shows in the sums.
 class LiveObjectLoad
 {
 public:
@@ -27,6 +27,8 @@ public:
         }
         ruler = make<Ruler>();
         ruler->createLock();
+        pages = make<LiveArray>("Pages", 0, false);
+        pages->createLock();
         prototype = make<Shared>("Prototype");
         prototype->createLock();
         prototype->setObjectID(prototypeID);
@@ -81,7 +83,7 @@ private:
     void step(int thread, std::minstd_rand &random)
     {
         const InterfacePtr<LiveObject> object = objects[random() % objectCount];
-        switch (random() % 16) {
+        switch (random() % 17) {
         case 0:
         case 1:
         case 2:
@@ -129,6 +131,9 @@ private:
         }
         case 14:
             object->broadcast(fourCharCode("ping"));
+            break;
+        case 15:
+            usePages(static_cast<unsigned>(random() % 20));
             break;
         default:
             readAll(*object);
@@ -221,6 +226,19 @@ private:
         if (made != nullptr)
             made->release();
     }
+    // Adds one to an element.
+    void usePages(unsigned index)
+    {
+        {
+            const Hold hold(*pages);
+            Variant value;
+            pages->getByIndex(index, value, nullptr);
+            if (pages->putByIndex(index, value.getInteger() + 1, nullptr) == 0)
+                ++turned;
+        }
+        if (Variant(*pages).getString().length() == 0)
+            complain("a collection has no text");
+    }
     static void readAll(LiveObject &object)
     {
         const Variant value(object);
@@ -255,6 +273,11 @@ private:
         }
         if (sharedSum != shared)
             complain("counts of the shared property are lost");
+        int turnedSum = 0;
+        for (unsigned index = 0; index < pages->length(); ++index)
+            turnedSum += std::as_const(*pages).getArray()[index].getInteger();
+        if (turnedSum != turned)
+            complain("counts of the collection are lost");
         if (ownedSum != owned)
             complain("counts of the threads' own properties are lost");
     }
@@ -262,9 +285,11 @@ private:
     int threads;
     std::vector<Owned<LiveObject>> objects;
     Owned<Ruler> ruler;
+    Owned<LiveArray> pages;
     Owned<LiveObject> prototype;
     std::atomic<int> shared{0};
     std::atomic<int> owned{0};
+    std::atomic<int> turned{0};
     std::string wrong;
 };
 

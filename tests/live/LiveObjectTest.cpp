@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "live/Hosts.h"
+#include "support/FakeObject.h"
 #include "support/LibraryTest.h"
 #include "support/VirtualSlot.h"
 
@@ -94,7 +95,7 @@ TEST_F(LiveObjectTest, MayStandOnTheStack)
 }
 
 // The lines of a program that nests deep: a chain of objects, each a property of the one before.
-TEST_F(LiveObjectTest, AChainOfAMillionObjectsDies)
+TEST_F(LiveObjectTest, AChainOfAHundredThousandObjectsDies)
 {
     Owned<LiveObject> first = make<Plain>();
     for (int depth = 0; depth < 100'000; ++depth) {
@@ -120,6 +121,56 @@ TEST_F(LiveObjectTest, GivesUpWhatItHoldsWhenItDies)
     }
     EXPECT_EQ(dead, 1);
     EXPECT_EQ(ruler->getRefCount(), 1);
+}
+
+TEST_F(LiveObjectTest, GivesItUpInOrder)
+{
+    test::Journal journal;
+    struct Noting : Root
+    {
+        explicit Noting(test::Journal &where) : journal(where) {}
+        ~Noting() override { journal.push_back("data"); }
+        test::Journal &journal;
+    };
+    struct Part : LiveComponent
+    {
+        Part(test::Journal &where, const char *itsName, const LiveObject &itsOwner)
+            : journal(where), name(itsName), owner(itsOwner)
+        {}
+        ~Part() override
+        {
+            journal.push_back(name);
+            if (owner.isListening(Broadcaster::lastFarewell))
+                journal.push_back("still heard");
+        }
+        test::Journal &journal;
+        const char *name;
+        const LiveObject &owner;
+    };
+    const auto owner = make<Plain>();
+    Ear ear([&](Message &message) {
+        const bool isFirst = message.getID() == Broadcaster::firstFarewell;
+        journal.push_back(isFirst ? "first farewell" : "last farewell");
+        return false;
+    });
+    {
+        const auto object = make<Plain>();
+        object->addListener(ear, Broadcaster::lastFarewell);
+        object->addListener(ear, Broadcaster::firstFarewell);
+        object->setAutostore(owner.get(), 5);
+        object->addComponent(*make<Part>(journal, "first component", *owner));
+        object->addComponent(*make<Part>(journal, "last component", *owner));
+        *static_cast<Variant *>(object->getAs(asValue)) =
+            test::holding(new test::FakeObject("value", &journal));
+        object->setAutostore(nullptr, 0);
+        for (const char *name : {"first property", "last property"})
+            object->put(name, test::holding(new test::FakeObject(name, &journal)), kInfoReadWrite);
+        object->setAutostore(owner.get(), 5);
+        object->setData(new Noting(journal));
+    }
+    EXPECT_EQ(journal,
+              (test::Journal{"data", "value", "first component", "last component", "last property",
+                             "first property", "first farewell", "last farewell"}));
 }
 
 // A host that cleans up after itself in its destructor.
@@ -447,8 +498,58 @@ TEST_F(LiveObjectTest, InitializesToNothing)
     EXPECT_EQ(make<Plain>()->initialize(Array(), nullptr), 0);
 }
 
-// --- The contract with hosts that were compiled earlier
-// -------------------------------------------
+// --- The contract with hosts ---------------------------------------------------------------------
+
+// The numbers stand in the code of hosts and interpreters.
+TEST(LiveObjectNumbers, AreThoseOfTheirCharactersAndPlaces)
+{
+    struct Row
+    {
+        const char *code;
+        int number;
+    };
+    const Row codes[] = {
+        {" obj", asLiveObject},
+        {" val", asValue},
+        {" col", asLiveCollection},
+        {" ard", asArray},
+        {"unVA", asUnitValue},
+        {"loGe", askGet},
+        {"loPu", askPut},
+        {"loCa", askCall},
+        {"loIn", askInvoke},
+        {"loCi", askCanInvoke},
+        {"loGi", askID},
+        {"loEn", askIDs},
+        {"loIg", askGetIndex},
+        {"loIp", askPutIndex},
+        {"loIt", askDeleteIndex},
+        {"loLG", askGetLength},
+        {"loLS", askPutLength},
+        {"loIw", becameInvalid},
+        {"loRw", becameValid},
+        {"loFo", definitionsChanged},
+    };
+    for (const Row &row : codes) {
+        unsigned number = 0;
+        for (const char *unit = row.code; *unit != '\0'; ++unit)
+            number = number * 256 + static_cast<unsigned char>(*unit);
+        EXPECT_EQ(row.number, static_cast<int>(number)) << row.code;
+    }
+    EXPECT_EQ(fourCharCode("\xFF\xFF\xFF\xFF"), -1);
+    EXPECT_EQ(constructorID, 0x1FF00000);
+    EXPECT_EQ(functionID, 0x1FF10000);
+    EXPECT_EQ(firstOperatorID, 0x1FF10100);
+    EXPECT_EQ(lastOperatorID, 0x1FF10118);
+    EXPECT_EQ(firstGivenID, 0x1F800000);
+    EXPECT_EQ(kInfoReadOnly, 1);
+    EXPECT_EQ(kInfoReadWrite, 2);
+    EXPECT_EQ(kInfoMethod, 5);
+    EXPECT_EQ(kInfoReadWriteMethod, 6);
+    EXPECT_EQ(kInfoReadOnlyMethod, 7);
+    EXPECT_EQ(kInfoNone, 16);
+    EXPECT_EQ(kInfoHidden, 17);
+}
 
 TEST(LiveObjectLayout, StandsOnItsBasesInOrder)
 {
