@@ -138,8 +138,9 @@ public:
     }
     // The element; a missing one is made, and the length grows as needed. A reference to another
     // element may still be read then, as `a[9] = a[0]` does. D-163: an element that exists is not
-    // copied first, so writing to it shows in all arrays that share the record; makeUnique prevents
-    // that.
+    // copied first, so writing to it shows in all arrays that share the record, and a reference to
+    // it lasts until the last of them lets go. makeUnique prevents both; an array that is written
+    // through `[]` while other threads hold copies of it needs that.
     Variant &operator[](unsigned int index)
     {
         Variant *element = data->find(index);

@@ -92,21 +92,8 @@ Variant &Array::makeElement(unsigned int index)
 {
     behindLast(index);
     if (data->isShared())
-        part();
+        unique(data->length);
     return elementOf(*data, index, OldBlock::keep);
-}
-
-// A caller may hold a reference to an element. If the other arrays let go of the record meanwhile,
-// on other threads, it is this array's own, and the elements stay where they are.
-void Array::part()
-{
-    ArrayData *copy = detail::cloneRecord(*data, data->length);
-    if (detail::isLastDropped(data)) {
-        detail::reclaimRecord(data);
-        detail::dropRecord(copy);
-    } else {
-        data = copy;
-    }
 }
 
 // The place behind the last element, if it is at hand.

@@ -51,11 +51,6 @@ inline bool isLastDropped(ArrayData *record) noexcept
         return true;
     return (static_cast<unsigned>(dropReference(countOf(record))) & ArrayData::countMask) == 0;
 }
-// Takes the one reference to a record whose last one was dropped.
-inline void reclaimRecord(ArrayData *record) noexcept
-{
-    record->refWord = (record->refWord & ArrayData::pinnedBit) | 1;
-}
 // Destroys the elements and the record.
 void destroyRecord(ArrayData *record) noexcept;
 inline void dropRecord(ArrayData *record) noexcept

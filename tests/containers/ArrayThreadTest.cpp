@@ -2,10 +2,6 @@
 // Copies of one array on several threads.
 #include <tavrin/Array.h>
 
-#include <atomic>
-#include <optional>
-#include <thread>
-
 #include <gtest/gtest.h>
 
 #include "support/LibraryTest.h"
@@ -66,38 +62,6 @@ TEST_F(ArrayThreadTest, EachThreadGetsARecordOfItsOwnWhenItWrites)
     });
     EXPECT_EQ(shared.length(), 900U);
     EXPECT_EQ(shared, sample());
-}
-
-// The last other copy may go while the array takes a record of its own.
-TEST_F(ArrayThreadTest, AnElementIsReadWhileTheArrayGrowsAndTheOtherCopyGoes)
-{
-    constexpr int rounds = 500;
-    constexpr unsigned length = 800;
-    const Variant element("an element");
-    std::optional<Array> copy;
-    std::atomic<int> round = 0;
-    test::runOnThreads(2, [&](int thread) {
-        for (int number = 1; number <= rounds; ++number) {
-            if (thread == 1) {
-                while (round != number)
-                    std::this_thread::yield();
-                copy.reset();
-                round = -number;
-                continue;
-            }
-            Array own;
-            while (own.length() < length)
-                own += element;
-            copy = own;
-            round = number;
-            own[900] = own[0];
-            EXPECT_EQ(test::described(own[900]), "string an element");
-            EXPECT_EQ(test::described(own[0]), "string an element");
-            EXPECT_EQ(own.length(), 901U);
-            while (round == number)
-                std::this_thread::yield();
-        }
-    });
 }
 
 TEST_F(ArrayThreadTest, EachThreadHasItsOwnMissingElement)
