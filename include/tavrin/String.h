@@ -71,14 +71,15 @@ struct StringBuffer
         return units <= room &&
                (static_cast<unsigned>(room - units) < slackLimit || units > room / 2);
     }
-    // The same for one unit more than `end`, in as few steps as it takes. False when pinned.
-    bool takesOneMoreAt(unsigned end) const noexcept
+    // The same for one unit more than `end`, the present length, in as few steps as it takes: a
+    // text that keeps its block keeps it for one more if there is room. False for an empty one,
+    // since clear keeps blocks of any size.
+    bool takesOneMoreAt(int end) const noexcept
     {
-        const unsigned spare = capacityWord - end;
-        return spare - 1 < slackLimit || (static_cast<int>(spare) > 0 && end >= capacityWord / 2);
+        return static_cast<unsigned>(end) - 1 < static_cast<unsigned>(capacity()) - 1;
     }
     // A unit and the 0 behind it.
-    void writeLast(unsigned at, unsigned short unit) noexcept
+    void writeLast(int at, unsigned short unit) noexcept
     {
         const auto pair =
             std::endian::native == std::endian::little ? unsigned{unit} : unsigned{unit} << 16;
@@ -90,8 +91,9 @@ static_assert(offsetof(StringBuffer, text) == 12, "block sizes count on the fixe
 namespace detail {
 
 // The record of every empty String. D-031: nothing is counted on it; its count reads as shared, so
-// that every writer leaves it alone.
-TAVRIN_API extern const StringBuffer emptyBuffer;
+// that every writer leaves it alone. Of unknown extent, lest compilers warn of the writes to it
+// that the count prevents.
+TAVRIN_API extern const StringBuffer emptyBuffer[];
 
 } // namespace detail
 
@@ -235,10 +237,10 @@ public:
     String &append(unsigned short unit)
     {
         StringBuffer &own = *buffer;
-        const auto end = static_cast<unsigned>(own.length);
+        const int end = own.length;
         if (own.takesOneMoreAt(end) && !own.isShared()) [[likely]] {
             own.writeLast(end, unit);
-            own.length = static_cast<int>(end + 1);
+            own.length = end + 1;
             return *this;
         }
         return appendSlowly(unit);
@@ -414,13 +416,13 @@ private:
 
     static constexpr StringBuffer *emptyRecord() noexcept
     {
-        return const_cast<StringBuffer *>(&detail::emptyBuffer);
+        return const_cast<StringBuffer *>(detail::emptyBuffer);
     }
     static unsigned short widened(char unit) noexcept { return static_cast<unsigned char>(unit); }
 
     static constexpr void drop(StringBuffer *record) noexcept
     {
-        if (record == &detail::emptyBuffer)
+        if (record == detail::emptyBuffer)
             return;
         if (!record->isShared() || isLastDropped(record->refCount))
             detail::deleteBlock(record);

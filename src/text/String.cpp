@@ -20,7 +20,7 @@ namespace Tavrin {
 
 namespace detail {
 
-constinit const StringBuffer emptyBuffer{0, 0, 2, {0}};
+constinit const StringBuffer emptyBuffer[] = {{0, 0, 2, {0}}};
 
 namespace {
 
@@ -32,7 +32,7 @@ StringBuffer *makeText(const unsigned short *units, int length)
 {
     // D-030: the first unit decides even when a length is given.
     if (units == nullptr || units[0] == 0 || length == 0)
-        return const_cast<StringBuffer *>(&emptyBuffer);
+        return const_cast<StringBuffer *>(emptyBuffer);
     return makeBuffer({units, length < 0 ? lengthOf(units) : length});
 }
 
@@ -40,7 +40,7 @@ StringBuffer *makeText(const char *bytes)
 {
     const int length = lengthOrZero(bytes);
     if (length == 0)
-        return const_cast<StringBuffer *>(&emptyBuffer);
+        return const_cast<StringBuffer *>(emptyBuffer);
     StringBuffer *record = makeBuffer(length);
     widen(bytes, record->text, length);
     return record;

@@ -153,7 +153,10 @@ String &String::appendUnits(const UnitView &added)
 
 String &String::appendSlowly(unsigned short unit)
 {
-    return appendUnits({&unit, 1});
+    const int end = buffer->length;
+    adjust(sumOfLengths(end, 1));
+    buffer->text[end] = unit;
+    return *this;
 }
 
 } // namespace Tavrin

@@ -23,7 +23,7 @@ protected:
 TEST_F(EmptyStringTest, TheProgramAndTheLibraryShareOneEmptyRecord)
 {
     const unsigned short *ofProgram = String().wstr();
-    EXPECT_EQ(ofProgram, detail::emptyBuffer.text);
+    EXPECT_EQ(ofProgram, detail::emptyBuffer->text);
     EXPECT_EQ(String::emptyString().wstr(), ofProgram) << "made by the library";
     String text("abc");
     text.erase();
@@ -42,7 +42,7 @@ TEST_F(EmptyStringTest, EmptyStringsOfEitherSideAreNeverFreedOrWritten)
         text = String::emptyString();
         EXPECT_EQ(text.length(), 0);
     }
-    EXPECT_EQ(detail::emptyBuffer.length, 0);
-    EXPECT_EQ(detail::emptyBuffer.capacityWord, 0U);
-    EXPECT_EQ(detail::emptyBuffer.text[0], 0);
+    EXPECT_EQ(detail::emptyBuffer->length, 0);
+    EXPECT_EQ(detail::emptyBuffer->capacityWord, 0U);
+    EXPECT_EQ(detail::emptyBuffer->text[0], 0);
 }

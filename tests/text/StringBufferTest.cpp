@@ -2,6 +2,7 @@
 // The record behind a string, seen from inside: block sizes, counts and the pin.
 #include <tavrin/String.h>
 
+#include <limits>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -59,7 +60,7 @@ int capacityFor(int length)
 TEST_F(StringBufferTest, EmptyRecordIsConstantAndReadsAsShared)
 {
     const StringBuffer *record = StringAccess::buffer(String());
-    EXPECT_EQ(record, &detail::emptyBuffer);
+    EXPECT_EQ(record, detail::emptyBuffer);
     EXPECT_EQ(record->length, 0);
     EXPECT_EQ(record->capacity(), 0);
     EXPECT_FALSE(record->isPinned());
@@ -163,23 +164,82 @@ TEST_F(StringBufferTest, KeepingABlockIsWhatTheTwoRulesTogetherSay)
             const bool fits = length <= room - 1;
             const bool kept = fits && (room - 1 - length < 2049 || capacityFor(length) == room - 1);
             ASSERT_EQ(record.keepsBlockFor(length), kept) << length << " in " << room;
-            if (length < room) {
-                ASSERT_EQ(record.takesOneMoreAt(static_cast<unsigned>(length - 1)), kept)
-                    << length << " in " << room;
-            }
         }
-        ASSERT_FALSE(record.takesOneMoreAt(static_cast<unsigned>(room - 1)));
     }
 }
 
-TEST_F(StringBufferTest, APinnedRecordNeverTakesTheShortWayOfAppending)
+TEST_F(StringBufferTest, TheShortWayOfAppendingKeepsWhatKeepingABlockSays)
 {
     StringBuffer record{0, 0, 1, {0}};
-    for (const unsigned capacity : {15U, 4095U, (1U << 30) - 1, (1U << 31) - 1}) {
-        record.capacityWord = capacity | StringBuffer::pinnedFlag;
-        for (const unsigned end : {0U, capacity / 2, capacity - 1, capacity})
-            EXPECT_FALSE(record.takesOneMoreAt(end)) << end << " of " << capacity;
+    for (int room = 16; room <= 16384; room *= 2) {
+        record.capacityWord = static_cast<unsigned>(room - 1);
+        for (int length = 1; length < room; ++length) {
+            const bool canBe = record.keepsBlockFor(length);
+            if (canBe) {
+                ASSERT_EQ(record.takesOneMoreAt(length), record.keepsBlockFor(length + 1))
+                    << length << " in " << room;
+            }
+        }
+        ASSERT_FALSE(record.takesOneMoreAt(0)) << "after clear, in " << room;
     }
+}
+
+TEST_F(StringBufferTest, EveryWayOfGettingShorterLeavesABlockThatSuitsTheLength)
+{
+    struct Row
+    {
+        const char *name;
+        void (*shorten)(String &text);
+    };
+    const Row rows[] = {
+        {"adjust", [](String &text) { text.adjust(1); }},
+        {"erase of the end", [](String &text) { text.erase(1, -1); }},
+        {"erase of the beginning", [](String &text) { text.erase(0, 19000); }},
+        {"assignment of a unit", [](String &text) { text = 'x'; }},
+        {"assignment of bytes", [](String &text) { text = "short"; }},
+        {"assignment of the own end", [](String &text) { text = text.wstr() + 19000; }},
+        {"replaceAll", [](String &text) { text.replaceAll(" ", "", 0); }},
+        {"split", [](String &text) { text.split('|'); }},
+        {"strip", [](String &text) { text.strip(); }},
+        {"decode", [](String &text) { text.decode("short", -1, nullptr); }},
+        {"print", [](String &text) { text.print("%d", 1); }},
+        {"setup", [](String &text) { text.setup('x', 7); }},
+    };
+    for (const Row &row : rows) {
+        String text;
+        text.setup(' ', 20000);
+        text.set(15000, '|');
+        row.shorten(text);
+        const StringBuffer &record = *StringAccess::buffer(text);
+        EXPECT_GT(record.length, 0) << row.name;
+        EXPECT_LT(record.length, 20000) << row.name;
+        EXPECT_TRUE(record.keepsBlockFor(record.length)) << row.name;
+    }
+}
+
+TEST_F(StringBufferTest, ThePinIsNoPartOfTheRoom)
+{
+    StringBuffer record{0, 0, 1, {0}};
+    for (const int capacity : {15, 4095, (1 << 30) - 1, std::numeric_limits<int>::max()}) {
+        record.capacityWord = static_cast<unsigned>(capacity) | StringBuffer::pinnedFlag;
+        EXPECT_TRUE(record.takesOneMoreAt(1)) << capacity;
+        EXPECT_TRUE(record.takesOneMoreAt(capacity - 1)) << capacity;
+        EXPECT_FALSE(record.takesOneMoreAt(0)) << capacity;
+        EXPECT_FALSE(record.takesOneMoreAt(capacity)) << capacity;
+    }
+}
+
+TEST_F(StringBufferTest, AppendingUnitByUnitKeepsThePin)
+{
+    String text("x");
+    text.makeUnique();
+    for (int length = 2; length < 5000; ++length) {
+        text.append(static_cast<unsigned short>(length));
+        ASSERT_TRUE(isPinned(text)) << length;
+        ASSERT_EQ(capacityOf(text), capacityFor(length)) << length;
+    }
+    for (int at = 1; at < text.length(); ++at)
+        ASSERT_EQ(text[at], at + 1);
 }
 
 TEST_F(StringBufferTest, AppendingUnitByUnitFollowsAdjust)
