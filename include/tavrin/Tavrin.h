@@ -20,6 +20,7 @@
 #include <tavrin/Message.h>
 #include <tavrin/Refcountable.h>
 #include <tavrin/Reflection.h>
+#include <tavrin/RegExp.h>
 #include <tavrin/SimpleArray.h>
 #include <tavrin/SparseArray.h>
 #include <tavrin/String.h>

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <limits>
+
+#include "regexp/Growing.h"
+#include "regexp/UnitSet.h"
+
+// A compiled pattern: a tree of nodes in one list, linked by their indexes.
+namespace Tavrin::detail {
+
+// No node; no capture.
+inline constexpr int none = -1;
+
+// A repetition without an upper bound.
+inline constexpr int unbounded = std::numeric_limits<int>::max();
+
+enum class NodeKind : unsigned char
+{
+    lineStart,
+    lineEnd,
+    anyUnit,
+    literal,
+    backReference,
+    set,
+    wordBoundary,
+    quantifier,
+    alternative,
+    branch, // one of an alternative
+    group,
+};
+
+enum class GroupKind : unsigned char
+{
+    capture,
+    plain,    // (?:
+    ahead,    // (?=
+    notAhead, // (?!
+};
+
+// A part of the ids that quantifiers or alternatives have; a subtree has one.
+struct IdRange
+{
+    int first;
+    int end;
+
+    bool isEmpty() const { return first == end; }
+};
+
+struct Node
+{
+    NodeKind kind;
+    GroupKind group = GroupKind::plain;
+    bool isLazy = false;
+    bool isNegated = false;
+    // Whether it holds choices that a retry may move through.
+    bool isBacktrackable = false;
+    // A quantifier over one atom that takes exactly one unit.
+    bool isRun = false;
+    // Whether its choices may come back to where they were: see CycleWatch.
+    bool mayRecur = false;
+
+    int next = none;
+    int previous = none;
+    int parent = none; // a branch, for an atom of an alternative
+    int first = none;  // of the children; of a branch, its atoms
+    int last = none;
+
+    // A quantifier's or alternative's id; a group's or a back reference's capture; a set's number.
+    int index = 0;
+    // A quantifier's bounds; a run of dots' count twice.
+    int minimum = 0;
+    int maximum = 0;
+    // A literal's units.
+    int offset = 0;
+    int length = 0;
+
+    // A quantifier's round forgets the captures from here on, none if there is no group in it.
+    int clearsFrom = none;
+    // The lowest capture that a match of it may write; unbounded if none.
+    int writesFrom = unbounded;
+
+    IdRange quantifiers{0, 0};
+    IdRange alternatives{0, 0};
+};
+
+struct Program
+{
+    Growing<Node, 8> nodes;
+    Growing<unsigned short, 32> units; // of the literals, folded if case is ignored
+    Growing<UnitSet, 1> sets;
+    RangeList ranges;
+    Growing<int, 4> quantifierNodes; // by id
+    Growing<int, 4> alternativeNodes;
+
+    int first = none; // of the top-level atoms; none for a pattern with an error
+    int captureCount = 0;
+    bool ignoresCase = false;
+    bool isMultiLine = false;
+
+    const unsigned short *textOf(const Node &literal) const
+    {
+        return units.data() + literal.offset;
+    }
+};
+
+} // namespace Tavrin::detail
