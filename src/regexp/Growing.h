@@ -59,7 +59,11 @@ public:
         count += more;
         return first;
     }
-    void append(const T *from, int more) { std::copy_n(from, more, items + extend(more)); }
+    void append(const T *from, int more)
+    {
+        const int first = extend(more);
+        std::copy_n(from, more, items + first);
+    }
     // Drops the items from that index on.
     void cut(int newCount) { count = newCount; }
 

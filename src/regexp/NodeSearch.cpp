@@ -627,7 +627,7 @@ bool NodeSearch<Budget>::retryQuantifier(const Node &quantifier)
 {
     QuantifierState &state = stateOf(quantifier);
     if (quantifier.isLazy) {
-        // D-335: rounds are limited by the units of the subject
+        // Rounds are limited by the units of the subject, which cannot be told.
         if (state.limit >= quantifier.maximum || state.limit >= subject.length)
             return false;
         ++state.limit;

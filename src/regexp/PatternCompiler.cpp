@@ -156,7 +156,7 @@ void PatternCompiler::appendLiteral(int offset, int length)
     append(literal);
 }
 
-// Consecutive text is one atom. D-305: a quantifier, or what looks like one, takes the last unit.
+// Consecutive text is one atom. A quantifier, or what looks like one, takes the last unit.
 void PatternCompiler::compileLiterals(Token first)
 {
     const int offset = program.units.size();
@@ -322,7 +322,7 @@ void PatternCompiler::compileQuantifier(int minimum, int maximum)
 }
 
 // Reads the digits of a count, `token` first, and leaves what is behind them there; false at the
-// end of the pattern. A count that is too large is no limit.
+// end of the pattern. D-313: a count that is too large is no limit.
 bool PatternCompiler::readCount(Token &token, int &count, bool &hasDigits)
 {
     std::int64_t value = 0;
@@ -424,6 +424,7 @@ void PatternCompiler::closeGroup()
     adopt(append(container), group.chain);
 }
 
+// D-312: an unbalanced parenthesis is text, and yet it ends the alternative of the top level.
 void PatternCompiler::closeParenthesis()
 {
     if (current().alternative != none)

@@ -12,7 +12,7 @@ namespace Tavrin::detail {
 namespace {
 
 constexpr std::string_view metaUnits = "|()[]{^$*+?.";
-constexpr int largestReference = 0xFFFF;
+constexpr int largestReference = 0xFFFF; // D-313
 
 bool isDecimal(unsigned short unit)
 {

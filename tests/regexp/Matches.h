@@ -69,30 +69,33 @@ inline bool compiles(std::u16string_view pattern)
     return RegExp(stringOf(pattern), 0).good();
 }
 
-// The units that a pattern for one unit matches, those from 0 to 0xFFFF, as ranges in decimal.
+// All code units in order, so that each stands at the position of its number.
+inline String allUnits()
+{
+    String units;
+    for (int unit = 0; unit <= 0xFFFF; ++unit)
+        units.append(static_cast<unsigned short>(unit));
+    return units;
+}
+
+// The units that a pattern for one unit matches, as ranges in decimal.
 inline std::string unitsMatchedBy(std::u16string_view pattern, int flags = 0)
 {
     const RegExp expression(stringOf(pattern), flags);
     if (!expression.good())
         return "bad";
+    const String subject = allUnits();
     CaptureList captures(expression);
     std::string shown;
-    int first = -1;
-    for (int unit = 0; unit <= 0x10000; ++unit) {
-        bool matches = false;
-        if (unit <= 0xFFFF) {
-            String subject;
-            subject.append(static_cast<unsigned short>(unit));
-            matches = expression.match(subject, 0, captures.first()) && captures[0].end == 1;
-        }
-        if (matches && first < 0)
-            first = unit;
-        if (!matches && first >= 0) {
-            shown += (shown.empty() ? "" : " ") + std::to_string(first);
-            if (unit - 1 > first)
-                shown += '-' + std::to_string(unit - 1);
-            first = -1;
-        }
+    int from = 0;
+    while (expression.match(subject, from, captures.first())) {
+        const int first = captures[0].start;
+        for (from = captures[0].end;
+             expression.match(subject, from, captures.first()) && captures[0].start == from;)
+            ++from;
+        shown += (shown.empty() ? "" : " ") + std::to_string(first);
+        if (from - 1 > first)
+            shown += '-' + std::to_string(from - 1);
     }
     return shown;
 }
