@@ -97,10 +97,12 @@ public:
         static_assert(Read::isReadable, "reading takes a field or a const function of nothing");
         detail::PropertyBinding<typename Read::Value> binding;
         binding.read = &Read::template read<Host, get>;
-        if constexpr (Write::isSetter)
-            binding.write = &Write::template write<Host, set>;
-        else if constexpr (Read::isWritable)
+        if constexpr (Write::isSetter) {
+            binding.write = &Write::write;
+            binding.set = &Write::template step<Host, set>;
+        } else if constexpr (Read::isWritable) {
             binding.write = &Read::template write<Host, get>;
+        }
         static_assert(Write::isSetter || std::same_as<decltype(set), std::nullptr_t>,
                       "writing takes a function of the value that returns nothing or Outcome<>");
         return binding;
@@ -119,7 +121,8 @@ public:
         using Shape = detail::BoundShape<decltype(function)>;
         static_assert(Shape::isCallable, "only a function can be called");
         detail::MethodBinding<typename Shape::Arguments> binding;
-        binding.run = &Shape::template run<Host, function>;
+        binding.run = &Shape::run;
+        binding.invoke = &Shape::template step<Host, function>;
         return binding;
     }();
 

@@ -14,8 +14,8 @@
 #include <tavrin/LiveObject.h>
 #include <tavrin/Variant.h>
 
-// What stands behind a row of a bound class: a small function for each of its operations. All that
-// depends on types alone is made once for each type, and not for each row. See Bind.h.
+// What stands behind a row of a bound class. All that depends on types alone is compiled once for
+// each type: a row by itself adds functions of a few instructions. See Bind.h.
 
 namespace Tavrin::detail {
 
@@ -24,11 +24,16 @@ struct Binding
 {
     static constexpr unsigned mostDefaults = 4;
 
+    // The function itself, which gets a BoundArguments.
+    using Step = int (*)(LiveObject &object, void *arguments, Variant &result);
+
     int (*read)(const LiveObject &object, Variant &out) = nullptr;
     int (*write)(LiveObject &object, const Variant &value, const Binding &binding,
                  BoundReport &report) = nullptr;
+    Step set = nullptr;
     int (*run)(LiveObject &object, const Array &args, Variant &result, const Binding &binding,
                BoundReport &report) = nullptr;
+    Step invoke = nullptr;
     BoundLimits limits = {};   // of the value
     unsigned defaultCount = 0; // of the last parameters
     std::array<BoundDefault, mostDefaults> defaults = {};
@@ -46,6 +51,7 @@ struct Binding
     {
         Binding both = *this;
         both.run = method.run;
+        both.invoke = method.invoke;
         both.defaultCount = method.defaultCount;
         both.defaults = method.defaults;
         return both;
@@ -219,7 +225,6 @@ struct FunctionShape
         return giveBound(out,
                          Arguments().template call<function>(static_cast<const Host &>(object)));
     }
-    template <class Host, auto function>
     static int write(LiveObject &object, const Variant &value, const Binding &binding,
                      BoundReport &report)
     {
@@ -227,26 +232,25 @@ struct FunctionShape
         if (const int code = arguments.takeValue(value, binding, report); code != 0) [[unlikely]]
             return code;
         Variant unused;
-        return answer<function>(static_cast<Host &>(object), arguments, unused);
+        return binding.set(object, &arguments, unused);
     }
-    template <class Host, auto function>
     static int run(LiveObject &object, const Array &args, Variant &result, const Binding &binding,
                    BoundReport &report)
     {
         Arguments arguments;
         if (const int code = arguments.take(args, binding, report); code != 0) [[unlikely]]
             return code;
-        return answer<function>(static_cast<Host &>(object), arguments, result);
+        return binding.invoke(object, &arguments, result);
     }
-
-private:
-    template <auto function, class Host>
-    static int answer(Host &host, Arguments &arguments, Variant &result)
+    template <class Host, auto function>
+    static int step(LiveObject &object, void *arguments, Variant &result)
     {
+        auto &host = static_cast<Host &>(object);
+        auto &given = *static_cast<Arguments *>(arguments);
         if constexpr (std::is_void_v<Result>)
-            return arguments.template call<function>(host), 0;
+            return given.template call<function>(host), 0;
         else
-            return giveBound(result, arguments.template call<function>(host));
+            return giveBound(result, given.template call<function>(host));
     }
 };
 
@@ -273,10 +277,17 @@ struct FieldShape
     static int write(LiveObject &object, const Variant &value, const Binding &binding,
                      BoundReport &report)
     {
+        return writeValue(static_cast<Host &>(object).*field, value, binding, report);
+    }
+
+private:
+    [[gnu::noinline]] static int writeValue(T &field, const Variant &value, const Binding &binding,
+                                            BoundReport &report)
+    {
         BoundArgument<Value> argument;
         if (const int code = argument.take(value, binding, report); code != 0) [[unlikely]]
             return code;
-        static_cast<Host &>(object).*field = argument.pass();
+        field = argument.pass();
         return 0;
     }
 };

@@ -351,7 +351,7 @@ inline constexpr bool isOutcome<Outcome<T>> = true;
 
 // Hands the answer of a function, or the value of a field, to scripts. The code of the answer.
 template <class Answer>
-int giveBound(Variant &out, Answer &&answer)
+[[gnu::noinline]] int giveBound(Variant &out, Answer &&answer)
 {
     using T = std::remove_cvref_t<Answer>;
     if constexpr (std::same_as<T, Failed>) {
