@@ -72,7 +72,8 @@ enum VariantType : unsigned short
 };
 
 // Variant: the dynamic value that interpreters, applications and this library exchange.
-// Owns:    a private copy of its string, point, rectangle or array, and one reference to its script
+// Owns:    a private copy of its string, point, rectangle, array or regular expression, and one
+// reference to its script
 //          object. Its last text stays with it as a cache.
 // Threads: one value is one thread's at a time; script objects are for their engine's thread.
 // Cost:    a few plain instructions to construct, copy and destroy undefined, null, booleans and
@@ -105,6 +106,7 @@ public:
     Variant(const Rect &rect) noexcept : Variant() { setRect(rect); }
     Variant(const Array &array) noexcept;
     // An object of the application, with a number of the caller's; a null pointer gives null.
+    Variant(const RegExp &expression) noexcept : Variant() { setRegExp(expression); }
     Variant(LiveObject &object, int id = 0) noexcept : Variant() { setLiveObject(object, id); }
     Variant(LiveObject *object, int id = 0) noexcept : Variant() { setLiveObject(object, id); }
     // A script object that the interpreter has not made yet: see setObject.
@@ -112,12 +114,14 @@ public:
     {
         setObject(id, className, data);
     }
+    // D-153: the copy of a regular expression is of that kind, and has no expression. So it is with
+    // assignment.
     Variant(const Variant &other) noexcept : Variant(other, PlainPart())
     {
         if (other.type >= kString) [[unlikely]]
             copyPayload(other);
     }
-    // As copying does; `other` may have lost its value then.
+    // Hands over what the other value held.
     Variant(Variant &&other) noexcept : Variant(other, PlainPart())
     {
         if (other.type >= kString) [[unlikely]]
@@ -171,6 +175,7 @@ public:
     Variant &operator=(const Point &point) { return setPoint(point), *this; }
     Variant &operator=(const Rect &rect) { return setRect(rect), *this; }
     Variant &operator=(const Array &array) { return setArray(array), *this; }
+    Variant &operator=(const RegExp &expression) { return setRegExp(expression), *this; }
     Variant &operator=(LiveObject &object) { return setLiveObject(object, 0), *this; }
     Variant &operator=(LiveObject *object) { return setLiveObject(object, 0), *this; }
     Variant &operator=(const volatile void *) = delete;
@@ -218,6 +223,8 @@ public:
     // The live object that it holds, or that its script object wraps; or null.
     LiveObject *getLiveObject() const;
     LiveCollection *getLiveCollection() const;
+    // Through a script object that is one, too.
+    RegExp *getRegExp() const;
     // The same, held. An array gives a new LiveArray of its elements. False if there is none.
     bool getAsLiveObject(InterfacePtr<LiveObject> &object) const;
     bool getAsLiveCollection(InterfacePtr<LiveCollection> &collection) const;
@@ -258,6 +265,7 @@ public:
     void convert(VariantType to);
 
     // Values of different kinds are different: 1 is not "1". NaN equals nothing.
+    // D-158: any two regular expressions are equal; compare looks at their patterns.
     bool operator==(const Variant &other) const;
     // Negative, 0, positive, or `unordered` if a NaN is among them.
     // D-159: operator< is the same, a number and not a truth value.
@@ -296,6 +304,7 @@ public:
     void setPoint(const Point &point);
     void setRect(const Rect &rect);
     void setArray(const Array &array);
+    void setRegExp(const RegExp &expression);
 
     // Holds the live object, with a number of the caller's; a null pointer gives null.
     void setLiveObject(LiveObject &object, int id);
@@ -446,6 +455,7 @@ private:
 
     void convertToArray(Variant &converted) const;
     void convertToLiveObject(Variant &converted) const;
+    void convertToRegExp(Variant &converted) const;
     void *getLiveAs(int code) const;
     static bool copyElements(const LiveCollection &collection, Array &out);
     bool isSameObject(const Variant &other) const;

@@ -524,7 +524,7 @@ bool NodeSearch<Budget>::matchSimple(const Node &atom)
         return isLineStartAt(subject, position, program.isMultiLine);
     case NodeKind::lineEnd:
         return isLineEndAt(subject, position, program.isMultiLine);
-    case NodeKind::anyUnit: {
+    case NodeKind::anyUnit: { // D-337: with multi-line, too
         if (atom.length > subject.length - position)
             return false;
         const unsigned short *units = subject.units + position;

@@ -46,6 +46,7 @@ MatchResult search(const RegExpData &data, const String &subject, int start, Cap
     if (program.first == detail::none)
         return kNoMatch;
     unset(captures, program.captureCount);
+    // D-336: the end of a subject is no start, unless it is empty.
     if (start < 0 || (start >= subject.length() && (start > 0 || subject.length() > 0)))
         return kNoMatch;
     MatchResult result = kNoMatch;

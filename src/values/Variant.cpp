@@ -22,6 +22,7 @@
 #include "runtime/OnHeap.h"
 #include "values/ErrorCodes.h"
 #include "values/LiveValue.h"
+#include "values/RegExpValue.h"
 #include "values/ScriptObject.h"
 #include "values/VariantAccess.h"
 #include "values/VariantTypeNames.h"
@@ -138,6 +139,9 @@ public:
         case kArray:
             deleteArray(value.array);
             break;
+        case kRegExp:
+            detail::deleteRegExp(value.regExp);
+            break;
         default:
             break;
         }
@@ -211,7 +215,7 @@ void Variant::copyPayload(const Variant &other) noexcept
     case kArray:
         value.array = other.value.array != nullptr ? newArray(*other.value.array) : nullptr;
         break;
-    default:
+    default: // D-153: the kind of a regular expression is copied, the expression is not
         value.bits = 0;
         break;
     }

@@ -58,7 +58,7 @@ bool Variant::operator==(const Variant &other) const
         return areEqual(value.rect, other.value.rect);
     case kArray:
         return hasEqualArray(other);
-    default:
+    default: // D-158: any two regular expressions
         return true;
     }
 }

@@ -12,6 +12,7 @@
 
 #include "text/NumberText.h"
 #include "values/LiveValue.h"
+#include "values/RegExpValue.h"
 #include "values/ScriptObject.h"
 #include "values/Truncation.h"
 #include "values/VariantAccess.h"
@@ -84,6 +85,8 @@ bool Variant::getBool() const
     case kObject:
     case kLiveObject:
         return true;
+    case kRegExp:
+        return detail::patternOf(value.regExp) == "true";
     default: // whether the text form is "true", which it never is
         return false;
     }
@@ -113,6 +116,8 @@ double Variant::doGetDouble() const
         Variant primitive;
         return detail::primitiveOf(*this, 0, primitive) ? primitive.getDouble() : notANumber;
     }
+    case kRegExp:
+        return scanDouble(detail::patternOf(value.regExp), detail::conversionFlags, nullptr);
     default:
         return notANumber;
     }
@@ -207,6 +212,9 @@ void Variant::convert(VariantType to)
         break;
     case kLiveObject:
         convertToLiveObject(converted);
+        break;
+    case kRegExp:
+        convertToRegExp(converted);
         break;
     default: // no other kind can be made from a value
         converted.setNull();

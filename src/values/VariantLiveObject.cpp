@@ -147,6 +147,8 @@ VariantType Variant::getDataType() const
 {
     if (type != kObject && type != kLiveObject)
         return type;
+    if (getRegExp() != nullptr)
+        return kRegExp;
     if (getLiveAs(asArray) != nullptr)
         return kArray;
     return getLiveObject() != nullptr ? kLiveObject : type;

@@ -9,6 +9,7 @@
 
 #include "text/NumberText.h"
 #include "values/LiveValue.h"
+#include "values/RegExpValue.h"
 #include "values/ScriptObject.h"
 #include "values/Truncation.h"
 #include "values/VariantAccess.h"
@@ -97,6 +98,9 @@ void VariantAccess::writeText(const Variant &variant, int radix, String &out)
         break;
     case kLiveObject:
         detail::writeLiveObject(*variant.value.liveObject, out);
+        break;
+    case kRegExp:
+        out = detail::patternOf(variant.value.regExp);
         break;
     case kPoint:
         writePoint(variant.value.point != nullptr ? *variant.value.point : Point(), out);

@@ -6,6 +6,7 @@
 #include <string>
 
 #include <tavrin/Array.h>
+#include <tavrin/RegExp.h>
 #include <tavrin/String.h>
 #include <tavrin/Variant.h>
 
@@ -35,6 +36,8 @@ inline std::string described(const Variant &value)
     const std::string kind = kindName(value.getType());
     if (value.getType() <= kNull)
         return kind;
+    if (value.getType() == kRegExp) // a copy would have no expression
+        return kind + ' ' + (value.getRegExp() ? bytesOf(value.getRegExp()->getPattern()) : "");
     const Variant copy(value);
     return kind + ' ' + bytesOf(copy.getString());
 }

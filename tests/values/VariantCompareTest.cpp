@@ -13,6 +13,7 @@
 #include <tavrin/Array.h>
 #include <tavrin/Geometry.h>
 #include <tavrin/LiveObject.h>
+#include <tavrin/RegExp.h>
 
 #include "support/FakeObject.h"
 #include "support/LibraryTest.h"
@@ -89,6 +90,7 @@ const Sample samples[] = {
          return Variant(test::listOf({1, 2}));
      },
      notANumber, "[1,2]"},
+    {"regular expression", kRegExp, [] { return Variant(RegExp("12", 0)); }, 12, "12"},
     {"other array", kArray,
      [] {
          return Variant(test::listOf({1, 10}));

@@ -14,6 +14,7 @@
 #include <tavrin/Geometry.h>
 #include <tavrin/LiveCollection.h>
 #include <tavrin/LiveObject.h>
+#include <tavrin/RegExp.h>
 
 #include "support/FakeObject.h"
 #include "support/LibraryTest.h"
@@ -112,6 +113,8 @@ const Source sources[] = {
          return Variant(test::listOf({1.9, "2", true, -4}));
      },
      false, notANumber, 0, 0, "point 1:2", "rect 1:2-1:-4", "array [1.9,2,true,-4]"},
+    {"a regular expression", [] { return Variant(RegExp("12", 0)); }, false, 12, 12, 12, noPoint,
+     noRect, "array [12]"},
     {"a short array", [] { return Variant(test::listOf({5})); }, false, notANumber, 0, 0,
      "point 5:0", "rect 5:0-0:0", "array [5]"},
 };
@@ -149,8 +152,12 @@ std::string expectedOf(const Source &source, VariantType to)
         return source.rect;
     case kArray:
         return source.array;
+    case kRegExp:
+        return "regexp " + test::bytesOf(value.getString());
     case kLiveObject:
-        return value.getType() < kPoint ? "null" : "live object " + liveText(source.array);
+        if (value.getType() < kPoint || value.getType() == kRegExp)
+            return "null";
+        return "live object " + liveText(source.array);
     default:
         return "null";
     }
