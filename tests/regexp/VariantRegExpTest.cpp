@@ -109,7 +109,7 @@ TEST_F(VariantRegExpTest, ElementsThatAreShiftedKeepIt)
     Array list;
     list += Variant(1);
     list[0] = RegExp("a", 0);
-    list.insert(0, Variant(2));
+    list.insertAt(0, 1);
     EXPECT_EQ(patternOf(list[1]), "a");
 }
 
