@@ -28,6 +28,7 @@ struct Plan
     std::string letters = "abc";
     int subjectsForAPattern = 4;
     std::int64_t steps = 20'000; // of the reference; a pair that takes more is skipped
+    int words = 0;               // the longest subject of words, or 0 for subjects of letters
     int most = 20;               // differences to show before the end
 
     bool isExhaustive = false;
@@ -178,13 +179,14 @@ void Stress::runRandom()
     Generator generator(plan.seed, widened(plan.letters));
     while (pairs < plan.pairs && !isOver()) {
         Question question;
-        question.pattern = generator.pattern();
+        question.pattern = plan.words > 0 ? generator.wordPattern() : generator.pattern();
         question.flags = generator.flags();
         const Pair pair(question.pattern, question.flags);
         ++patterns;
         goodPatterns += pair.good();
         for (int i = 0; i < plan.subjectsForAPattern; ++i) {
-            question.subject = generator.subject();
+            question.subject =
+                plan.words > 0 ? generator.wordSubject(plan.words) : generator.subject();
             question.start = generator.start(static_cast<int>(question.subject.size()));
             compare(pair, question);
         }
@@ -252,6 +254,7 @@ int main(int argc, char **argv)
     app.add_option("--pairs", plan.pairs, "random pairs of pattern and subject");
     app.add_option("--seed", plan.seed, "of the random pairs");
     app.add_option("--letters", plan.letters, "of the random patterns and subjects");
+    app.add_option("--words", plan.words, "random subjects of words, up to that many units");
     app.add_option("--subjects", plan.subjectsForAPattern, "for each random pattern");
     app.add_option("--steps", plan.steps, "of the reference, before it gives up on a pair");
     app.add_option("--most", plan.most, "differences to show before the end");

@@ -17,6 +17,18 @@ constexpr std::u16string_view noiseUnits = u"abc()()||[]{}*+?.^$\\\\-,:=!0123dDw
 constexpr std::u16string_view oddUnits = u" _0189\n\r\b\t\u2028\u00A0\u00E4\u00C4\u017F\u212A\u01C5"
                                          u"\uFFFF\0"sv;
 
+const std::vector<std::u16string_view> words = {
+    u"a",         u"ab",     u"aaaaaaaaaaaaaaaaaaaaaaaa",
+    u"foo",       u"foobar", u"barfoo",
+    u"king",      u"sing",   u"singing",
+    u"ing",       u"the",    u"then",
+    u"there",     u"other",  u"abababababababababab",
+    u"12",        u"345",    u"555-1234",
+    u"5551",      u"_x",     u"Stra\u00DFe",
+    u"\u017Fing", u"THE",    u"Foo"};
+const std::vector<std::u16string_view> gaps = {u" ",  u" ", u" ",  u"  ", u"\n",
+                                               u"\t", u"-", u", ", u""};
+
 } // namespace
 
 int Generator::below(int bound)
@@ -199,6 +211,78 @@ std::u16string Generator::noise()
     for (int left = below(10); left > 0; --left)
         text += oneOf(noiseUnits);
     return text;
+}
+
+std::u16string Generator::wordSubject(int longest)
+{
+    std::u16string text;
+    const auto length = static_cast<std::size_t>(below(longest + 1));
+    // Some subjects repeat few words, so that references and long runs have something to find.
+    const std::u16string_view usual = oneOf(words);
+    while (text.size() < length) {
+        text += oneIn(3) ? usual : oneOf(words);
+        text += oneOf(gaps);
+    }
+    text.resize(length);
+    return text;
+}
+
+std::u16string Generator::partOfAWord()
+{
+    const std::u16string_view word = oneOf(words);
+    const auto length = static_cast<int>(word.size());
+    const int first = oneIn(3) ? below(length) : 0;
+    const int count = oneIn(3) ? 1 + below(length - first) : length - first;
+    return std::u16string(
+        word.substr(static_cast<std::size_t>(first), static_cast<std::size_t>(count)));
+}
+
+std::u16string Generator::wordPattern()
+{
+    return oneIn(4) ? wordAlternatives(0) : wordAtom(0) + (oneIn(4) ? u"" : wordAlternatives(1));
+}
+
+std::u16string Generator::wordAlternatives(int depth)
+{
+    std::u16string text;
+    for (int branches = oneIn(3) ? 2 + below(9) : 1; branches > 0; --branches) {
+        for (int atoms = 1 + below(3); atoms > 0; --atoms)
+            text += wordAtom(depth);
+        if (branches > 1)
+            text += u'|';
+    }
+    return text;
+}
+
+std::u16string Generator::wordAtom(int depth)
+{
+    std::u16string text;
+    switch (below(depth < 2 ? 12 : 8)) {
+    case 0:
+    case 1:
+    case 2:
+        return partOfAWord();
+    case 3:
+    case 4:
+        text = oneOf({u"\\w", u"[a-z]", u"[^a]", u"\\d", u".", u"\\S", u"[a-f\\d]", u"[^\\n]",
+                      u"[A-Z]", u"a", u"\\W"});
+        break;
+    case 5:
+        text = u"\\s";
+        break;
+    case 6:
+        return std::u16string(oneOf({u"\\b", u"\\B", u"^", u"$", u"\\b"}));
+    case 7:
+        return oneIn(2) ? u"\\1" : u"-";
+    case 8:
+        text = u"(?:" + wordAlternatives(depth + 1) + u")";
+        break;
+    case 9:
+        return (oneIn(2) ? u"(?=" : u"(?!") + wordAlternatives(depth + 1) + u")";
+    default:
+        text = u"(" + wordAlternatives(depth + 1) + u")";
+    }
+    return oneIn(3) ? text : text + quantifier();
 }
 
 std::u16string Sequences::text() const

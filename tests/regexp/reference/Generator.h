@@ -20,6 +20,9 @@ public:
 
     std::u16string pattern();
     std::u16string subject();
+    // The same of words: long subjects, and patterns of the kind that people search them with.
+    std::u16string wordPattern();
+    std::u16string wordSubject(int longest);
     // Ignore case and multi-line, each in one of three cases.
     int flags();
     // 0 most of the time.
@@ -42,6 +45,9 @@ private:
     std::u16string number();
     std::u16string spoilt(std::u16string text);
     std::u16string noise();
+    std::u16string wordAtom(int depth);
+    std::u16string wordAlternatives(int depth);
+    std::u16string partOfAWord();
 
     std::mt19937_64 random;
     std::u16string letters;
