@@ -135,7 +135,7 @@ int LiveObject::addFactory(LiveObject &prototype, int flags)
             dropEmpty();
             throw;
         }
-        info.release();
+        static_cast<void>(info.release());
         if (former != nullptr)
             forgetID(*former);
         dropEmpty();

@@ -177,7 +177,7 @@ void ObjectText::close(Variant &value)
         --objectDepth;
         value.setLiveObject(list->object.get(), 0);
     } else {
-        value = std::move(list->elements);
+        value = list->elements;
     }
     innermost = list->outer;
     delete list;
