@@ -312,7 +312,7 @@ template <class Text>
 void Variant::setText(const Text &text)
 {
     if (type >= kObject) {
-        Variant fresh;
+        Variant fresh(kString, 0);
         fresh.setText(text);
         adopt(fresh);
         return;

@@ -32,6 +32,11 @@ private:
     const Locked locked;
 };
 
+InterfacePtr<LiveObject> collectionOf(const Array &array, const char *className)
+{
+    return InterfacePtr<LiveObject>::adopt(new LiveArray(array, className, 0, false));
+}
+
 void *faceOf(LiveObject &object, int code)
 {
     return guardedOr<void *>(nullptr, [&] { return object.getAs(code); });
@@ -84,9 +89,8 @@ void askLiveObject(const LiveObject &object, Variant &answer)
 
 LiveObject *newLiveArray(const Array &array, const char *className) noexcept
 {
-    auto made = guardedOr(InterfacePtr<LiveObject>(), [&] {
-        return InterfacePtr<LiveObject>::adopt(new LiveArray(array, className, 0, false));
-    });
+    auto made =
+        guardedOr(InterfacePtr<LiveObject>(), [&] { return collectionOf(array, className); });
     return made && made->isValid() ? made.detach() : nullptr;
 }
 
