@@ -122,7 +122,7 @@ int LiveCollection::getLength(unsigned int &number) const
         return errorInvalid;
     const SelfHold hold(*this);
     return guarded(nullptr, [&] {
-        if (const InterfacePtr<LiveComponent> component = lookupIndexableComponent())
+        if (const auto component = detail::indexableComponent(*this))
             return component->getLength(*this, number);
         if (!isListening(askGetLength))
             return 0;
@@ -144,7 +144,7 @@ int LiveCollection::putLength(unsigned int number)
     const SelfHold hold(*this);
     return guarded(nullptr, [&] {
         int code = 0;
-        if (const InterfacePtr<LiveComponent> component = lookupIndexableComponent())
+        if (const auto component = detail::indexableComponent(*this))
             code = component->putLength(*this, number);
         if (isListening(askPutLength)) { // D-271
             Variant value;
@@ -165,7 +165,7 @@ int LiveCollection::getByIndex(unsigned int index, Variant &out, Error *error) c
     const int code = guarded(error, [&] {
         if (!isUsable(*this))
             return errorInvalid;
-        if (const InterfacePtr<LiveComponent> component = lookupIndexableComponent())
+        if (const auto component = detail::indexableComponent(*this))
             return component->getByIndex(*this, index, out, error);
         if (!isListening(askGetIndex))
             return errorNoIndex;
@@ -189,7 +189,7 @@ int LiveCollection::putByIndex(unsigned int index, const Variant &value, Error *
         if (readOnly)
             return errorReadOnly;
         int result = errorNoIndex;
-        if (const InterfacePtr<LiveComponent> component = lookupIndexableComponent()) {
+        if (const auto component = detail::indexableComponent(*this)) {
             result = component->putByIndex(*this, index, value, error);
         } else if (isListening(askPutIndex)) {
             LiveMessage message(*this, askPutIndex, place, value, error);
@@ -210,7 +210,7 @@ int LiveCollection::deleteByIndex(unsigned int index)
     const SelfHold hold(*this);
     return guarded(nullptr, [&] {
         int code = errorNoIndex;
-        if (const InterfacePtr<LiveComponent> component = lookupIndexableComponent()) {
+        if (const auto component = detail::indexableComponent(*this)) {
             code = component->deleteByIndex(*this, index);
         } else if (isListening(askPutIndex)) { // D-272
             LiveMessage message(*this, askDeleteIndex, static_cast<int>(index), nullptr);

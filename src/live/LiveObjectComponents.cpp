@@ -44,6 +44,14 @@ void ComponentWalk::letGo()
     left->release();
 }
 
+InterfacePtr<LiveComponent> indexableComponent(const LiveObject &object)
+{
+    for (ComponentWalk walk(object); LiveComponent *component = walk.next();)
+        if (component->isIndexable())
+            return component;
+    return nullptr;
+}
+
 } // namespace detail
 
 int LiveObject::addComponent(LiveComponent &component)
@@ -97,12 +105,8 @@ LiveComponent *LiveObject::lookupIndexableComponent() const
 {
     if (data == nullptr)
         return nullptr;
-    return guardedOr<LiveComponent *>(nullptr, [&]() -> LiveComponent * {
-        for (ComponentWalk walk(*this); LiveComponent *component = walk.next();)
-            if (component->isIndexable())
-                return component;
-        return nullptr;
-    });
+    return guardedOr<LiveComponent *>(nullptr,
+                                      [&] { return detail::indexableComponent(*this).get(); });
 }
 
 } // namespace Tavrin

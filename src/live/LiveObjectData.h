@@ -88,14 +88,14 @@ struct LiveObjectAccess
 {
     static LiveObjectData *data(const LiveObject &object) { return object.data; }
     static unsigned int &flags(const LiveObject &object) { return object.flags; }
-    static LiveComponent *indexableComponent(const LiveObject &object)
-    {
-        return object.lookupIndexableComponent();
-    }
 };
 
 // A plain dynamic object; std::bad_alloc if there is no memory for all of it.
 InterfacePtr<LiveObject> newPlainObject(const String &className);
+
+// The component that serves the elements of an object with data, or null. Components of the host
+// may throw.
+InterfacePtr<LiveComponent> indexableComponent(const LiveObject &object);
 
 inline bool isUsable(const LiveObject &object)
 {

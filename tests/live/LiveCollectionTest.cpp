@@ -434,6 +434,46 @@ TEST_F(LiveCollectionTest, AComponentOrAListenerMayThrow)
     EXPECT_EQ(fullText(error), "Uncaught exception gone");
 }
 
+TEST_F(LiveCollectionTest, AComponentMayThrowOrLeaveWhenItIsAskedWhetherItServes)
+{
+    struct Undecided : LiveComponent
+    {
+        bool isIndexable() const override { throw 5; }
+    };
+    const auto pages = collection();
+    const auto undecided = make<Undecided>();
+    pages->addComponent(*undecided);
+    EXPECT_EQ(codesOf(*pages), (Codes{-29, -29, -29, -29, -29}));
+    pages->removeComponent(*undecided);
+
+    struct Leaving : Shelf
+    {
+        explicit Leaving(LiveCollection &whose) : owner(whose) { ++living; }
+        ~Leaving() override { --living; }
+        bool isIndexable() const override
+        {
+            owner.removeComponent(const_cast<Leaving &>(*this));
+            return true;
+        }
+        LiveCollection &owner;
+        static int &count()
+        {
+            static int number = 0;
+            return number;
+        }
+        int &living = count();
+    };
+    Variant out;
+    pages->addComponent(*make<Leaving>(*pages));
+    EXPECT_EQ(pages->putByIndex(2, "last", nullptr), 0);
+    EXPECT_EQ(Leaving::count(), 0);
+    pages->addComponent(*make<Leaving>(*pages));
+    EXPECT_EQ(pages->getByIndex(2, out, nullptr), 0);
+    EXPECT_FALSE(out.isDefined());
+    EXPECT_EQ(Leaving::count(), 0);
+    EXPECT_EQ(pages->getByIndex(2, out, nullptr), 41);
+}
+
 TEST_F(LiveCollectionTest, AListenerMayDropTheCollection)
 {
     for (const int id : {askGetLength, askPutLength, askGetIndex, askPutIndex}) {
