@@ -12,6 +12,8 @@
 // Pinned by tests/regexp/CompilerTest.cpp, ClassTest.cpp and EscapeTest.cpp.
 #include "regexp/PatternCompiler.h"
 
+#include "regexp/Chain.h"
+
 #include <algorithm>
 #include <string_view>
 
@@ -381,22 +383,18 @@ void PatternCompiler::openGroup()
     const Token token = reader.next();
     bool beginsWithQuestion = false;
     if (token == meta('?')) {
-        const int question = reader.getPosition() - 1;
-        switch (reader.next()) {
-        case '!':
+        if (reader.nextIs('!')) {
             group.kind = GroupKind::notAhead;
-            break;
-        case ':':
+        } else if (reader.nextIs(':')) {
             group.kind = GroupKind::plain;
-            break;
-        case '=':
+        } else if (reader.nextIs('=')) {
             group.kind = GroupKind::ahead;
-            break;
-        default: // D-310: an optional question mark, in a group that shares its number
-            reader.goTo(question);
+        } else { // D-310: an optional question mark, in a group that shares its number
+            reader.goTo(reader.getPosition() - 1);
             beginsWithQuestion = true;
-            break;
         }
+        if (!beginsWithQuestion)
+            reader.skip();
     } else {
         ++reader.groupsOpened;
         reader.pushBack(token);
@@ -599,6 +597,7 @@ void PatternCompiler::finish()
     if (program.ignoresCase)
         std::transform(program.units.data(), program.units.data() + program.units.size(),
                        program.units.data(), toLowerUnit);
+    planChain(program);
 }
 
 } // namespace

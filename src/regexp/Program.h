@@ -84,6 +84,58 @@ struct Node
     IdRange alternatives{0, 0};
 };
 
+enum class ChainKind : unsigned char
+{
+    lineStart,
+    lineEnd,
+    boundary,
+    anyUnits,
+    literal,
+    set,
+    reference,
+    open,  // a group begins
+    close, // and ends
+    run,
+    choice, // of literals
+};
+
+// A step of a program that is a chain: see Chain.h.
+struct ChainItem
+{
+    ChainKind kind;
+    bool isLazy = false;
+    bool isNegated = false;
+    // A run whose other lengths cannot lead to a match.
+    bool isPossessive = false;
+    // What has to follow a run: a unit, or -1.
+    int following = -1;
+    int node = none; // that it was made of
+    int index = 0;   // of the set or capture
+    int offset = 0;  // of the literal's units
+    int length = 0;  // of a literal or dots
+    int minimum = 0;
+    int maximum = 0;
+};
+
+// How a search finds the places where an attempt may succeed.
+enum class StartKind : unsigned char
+{
+    everywhere,
+    atSubjectStart,
+    atLiteral, // which stands `offset` units behind the start
+    atUnit,    // as the table says
+};
+
+struct StartPlan
+{
+    StartKind kind = StartKind::everywhere;
+    bool takesHighUnits = false; // some unit above 255 may be the first
+    int offset = 0;
+    int literal = 0; // where its units begin
+    int literalLength = 0;
+    bool accepts[256];
+};
+
 struct Program
 {
     Growing<Node, 8> nodes;
@@ -92,6 +144,15 @@ struct Program
     RangeList ranges;
     Growing<int, 4> quantifierNodes; // by id
     Growing<int, 4> alternativeNodes;
+
+    // Set if the program is a chain.
+    bool isChain = false;
+    // A chain that begins with a run without upper bound, and does not look at what it captured:
+    // a start within the run of another one fails as that one did.
+    bool skipsRuns = false;
+    Growing<ChainItem, 8> chain;
+    int chainSlots = 0;
+    StartPlan start;
 
     int first = none; // of the top-level atoms; none for a pattern with an error
     int captureCount = 0;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "regexp/Chain.h"
 #include "regexp/NodeSearch.h"
 #include "regexp/PatternCompiler.h"
 #include "regexp/RegExpData.h"
@@ -52,7 +53,8 @@ MatchResult search(const RegExpData &data, const String &subject, int start, Cap
     MatchResult result = kNoMatch;
     try {
         const detail::Subject text{subject.wstr(), subject.length()};
-        result = detail::searchNodes(program, text, start, captures, budget);
+        result = program.isChain ? detail::searchChain(program, text, start, captures, budget)
+                                 : detail::searchNodes(program, text, start, captures, budget);
     } catch (...) {
         unset(captures, program.captureCount);
         throw;
