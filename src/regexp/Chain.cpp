@@ -357,7 +357,9 @@ void ChainPlanner::planStart()
     const bool hasReference =
         std::any_of(program.chain.data(), program.chain.data() + program.chain.size(),
                     [](const ChainItem &each) { return each.kind == ChainKind::reference; });
-    program.skipsRuns = item.kind == ChainKind::run && item.maximum == unbounded && !hasReference;
+    if (item.kind == ChainKind::run && item.maximum == unbounded)
+        program.firstRun = first;
+    program.skipsRuns = program.firstRun != none && !hasReference;
     if (!program.ignoresCase && planLiteral(first))
         return;
     if (item.kind != ChainKind::reference && (item.kind != ChainKind::run || item.minimum > 0))

@@ -61,7 +61,7 @@ private:
     bool hasOtherEnd();
     bool nextEnd(Slot &slot, const ChainItem &run);
     bool nextBranch(Slot &slot, int branch);
-    int measure(const ChainItem &run);
+    int measure(int index);
 
     const Node &node(int index) const { return program.nodes[index]; }
 
@@ -221,9 +221,10 @@ bool ChainSearch<Budget>::matchItem(const ChainItem &item)
 // How long the run is from the present position on. The last stretch is remembered: the starts
 // within it end where it does.
 template <class Budget>
-int ChainSearch<Budget>::measure(const ChainItem &run)
+int ChainSearch<Budget>::measure(int index)
 {
-    const bool isFirst = slotCount == 0 && run.maximum == unbounded;
+    const ChainItem &run = items[index];
+    const bool isFirst = index == program.firstRun;
     if (isFirst && measured.begin <= position && position < measured.end)
         return measured.end - position;
     const int length =
@@ -238,8 +239,8 @@ template <class Budget>
 bool ChainSearch<Budget>::beginRun(int index)
 {
     const ChainItem &run = items[index];
-    const int length = measure(run);
-    if (slotCount == 0)
+    const int length = measure(index);
+    if (index == program.firstRun)
         firstRunEnd = position + length;
     if (length < run.minimum)
         return false;

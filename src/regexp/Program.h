@@ -150,6 +150,8 @@ struct Program
     // A chain that begins with a run without upper bound, and does not look at what it captured:
     // a start within the run of another one fails as that one did.
     bool skipsRuns = false;
+    // The item that takes units first, if it is a run without upper bound.
+    int firstRun = none;
     Growing<ChainItem, 8> chain;
     int chainSlots = 0;
     StartPlan start;
