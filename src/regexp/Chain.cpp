@@ -35,9 +35,16 @@ private:
     const Node &atomOf(const ChainItem &item) const;
     int fixedWidth(const ChainItem &item) const;
     bool planLiteral(int first);
+    bool planRunAndLiteral(int first);
+    bool planChoice(const ChainItem &choice);
     void planUnits(const ChainItem &first);
 
     const Node &node(int index) const { return program.nodes[index]; }
+    unsigned short foldedIfNeeded(unsigned unit) const
+    {
+        const auto narrow = static_cast<unsigned short>(unit);
+        return program.ignoresCase ? toLowerUnit(narrow) : narrow;
+    }
 
     Program &program;
     int openedCaptures = 0;
@@ -320,6 +327,48 @@ bool ChainPlanner::planLiteral(int first)
     return false;
 }
 
+// A run with a literal right behind it.
+bool ChainPlanner::planRunAndLiteral(int first)
+{
+    if (!program.skipsRuns)
+        return false;
+    const int following = nextConsuming(first + 1);
+    if (following == program.chain.size() || program.chain[following].kind != ChainKind::literal)
+        return false;
+    program.start.kind = StartKind::beforeLiteral;
+    program.start.literal = program.chain[following].offset;
+    program.start.literalLength = program.chain[following].length;
+    return true;
+}
+
+bool ChainPlanner::planChoice(const ChainItem &choice)
+{
+    int count = 0;
+    for (int branch = node(choice.node).first; branch != none; branch = node(branch).next)
+        if (++count > BranchMasks::mostBranches || node(node(branch).first).length == 0)
+            return false;
+    program.masks.extend(1);
+    BranchMasks &masks = program.masks[0];
+    std::memset(&masks, 0, sizeof masks);
+    unsigned bit = 1;
+    for (int branch = node(choice.node).first; branch != none; branch = node(branch).next) {
+        program.nodes[branch].index = static_cast<int>(bit);
+        const Node &literal = node(node(branch).first);
+        for (int place = 0; place < BranchMasks::places; ++place) {
+            const unsigned short unit = place < literal.length ? program.textOf(literal)[place] : 0;
+            const bool isAny = place >= literal.length;
+            for (unsigned each = 0; each < 256; ++each)
+                if (isAny || unit == foldedIfNeeded(each))
+                    masks.low[place][each] |= static_cast<unsigned short>(bit);
+            if (isAny || program.ignoresCase || unit >= 256)
+                masks.high[place] |= static_cast<unsigned short>(bit);
+        }
+        bit <<= 1;
+    }
+    program.start.kind = StartKind::atChoice;
+    return true;
+}
+
 void ChainPlanner::planUnits(const ChainItem &first)
 {
     StartPlan &start = program.start;
@@ -360,8 +409,12 @@ void ChainPlanner::planStart()
     if (item.kind == ChainKind::run && item.maximum == unbounded)
         program.firstRun = first;
     program.skipsRuns = program.firstRun != none && !hasReference;
-    if (!program.ignoresCase && planLiteral(first))
+    if (!program.ignoresCase && (planLiteral(first) || planRunAndLiteral(first)))
         return;
+    if (item.kind == ChainKind::choice && planChoice(item)) {
+        program.maskedChoice = first;
+        return;
+    }
     if (item.kind != ChainKind::reference && (item.kind != ChainKind::run || item.minimum > 0))
         planUnits(item);
 }

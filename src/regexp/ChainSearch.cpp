@@ -53,15 +53,17 @@ public:
 private:
     int nextStart(int from);
     int nextUnit(int from);
+    int nextChoice(int from);
+    int startBeforeLiteral(int from);
     bool attempt(int start);
     bool goAlong(int item);
-    bool matchItem(const ChainItem &item);
-    bool beginRun(int index);
-    bool beginChoice(int index);
+    bool beginRun(int index, int &at);
+    bool beginChoice(int index, int &at);
     bool hasOtherEnd();
     bool nextEnd(Slot &slot, const ChainItem &run);
+    unsigned branchesAt(int item, int at) const;
     bool nextBranch(Slot &slot, int branch);
-    int measure(int index);
+    int measure(int index, int at);
 
     const Node &node(int index) const { return program.nodes[index]; }
 
@@ -75,6 +77,7 @@ private:
     int slotCount = 0;
     int firstRunEnd = none; // of this attempt, if it has come to one
     Stretch measured;
+    Stretch beforeLiteral; // starts from which the run may reach the literal
     Growing<Slot, 8> slots;
 };
 
@@ -118,9 +121,62 @@ int ChainSearch<Budget>::nextStart(int from)
         budget.spend(stepsOfScan(found));
         return from + found;
     }
+    case StartKind::beforeLiteral:
+        return startBeforeLiteral(from);
+    case StartKind::atChoice:
+        return nextChoice(from);
     default:
         return nextUnit(from);
     }
+}
+
+// Whatever begins with the run goes on to a place where the literal stands, and there is none
+// between here and the first of those; so the units in front of that tell where it may begin.
+template <class Budget>
+int ChainSearch<Budget>::startBeforeLiteral(int from)
+{
+    const StartPlan &plan = program.start;
+    const ChainItem &run = items[program.firstRun];
+    if (beforeLiteral.begin <= from && from < beforeLiteral.end)
+        return from;
+    const unsigned short *literal = program.units.data() + plan.literal;
+    int at = from;
+    while (run.minimum <= subject.length - at) {
+        at += run.minimum;
+        const int found =
+            findUnits(subject.units + at, subject.length - at, literal, plan.literalLength);
+        if (found < 0)
+            return none;
+        at += found;
+        const int begin = beginOfRun(program, node(node(run.node).first), subject, at, from);
+        budget.spend(stepsOfScan(found) + stepsOfScan(at - begin));
+        if (at - begin >= run.minimum) {
+            beforeLiteral = {begin, at - run.minimum + 1};
+            return begin;
+        }
+        at += 1 - run.minimum; // the next place of the literal
+        if (budget.isSpent())
+            return none;
+    }
+    return none;
+}
+
+// The next place where the first units of some branch stand.
+template <class Budget>
+int ChainSearch<Budget>::nextChoice(int from)
+{
+    const BranchMasks &masks = program.masks[0];
+    const unsigned short *units = subject.units;
+    const int last = subject.length - BranchMasks::places;
+    int at = from;
+    for (; at <= last; ++at)
+        if ((masks.at(0, units[at]) & masks.at(1, units[at + 1]) & masks.at(2, units[at + 2])) != 0)
+            break;
+    for (; at > last && at < subject.length; ++at)
+        if (masks.at(0, units[at]) != 0)
+            break;
+    budget.spend(stepsOfScan(at - from));
+    return at < subject.length ? at : none;
 }
 
 template <class Budget>
@@ -156,64 +212,68 @@ bool ChainSearch<Budget>::attempt(int start)
 template <class Budget>
 bool ChainSearch<Budget>::goAlong(int index)
 {
+    int at = position;
     for (; index < itemCount; ++index) {
         const ChainItem &item = items[index];
-        bool matched = false;
-        if (item.kind == ChainKind::run)
-            matched = beginRun(index);
-        else if (item.kind == ChainKind::choice)
-            matched = beginChoice(index);
-        else
-            matched = matchItem(item);
-        if (!matched)
-            return false;
+        switch (item.kind) {
+        case ChainKind::lineStart:
+            if (!isLineStartAt(subject, at, program.isMultiLine))
+                return false;
+            break;
+        case ChainKind::lineEnd:
+            if (!isLineEndAt(subject, at, program.isMultiLine))
+                return false;
+            break;
+        case ChainKind::boundary:
+            if (!isBoundaryAt(subject, at, item.isNegated))
+                return false;
+            break;
+        case ChainKind::anyUnits: {
+            const unsigned short *units = subject.units + at;
+            if (item.length > subject.length - at ||
+                std::find(units, units + item.length, '\n') != units + item.length)
+                return false;
+            at += item.length;
+            break;
+        }
+        case ChainKind::literal:
+            if (!hasTextAt(subject, at, program.units.data() + item.offset, item.length,
+                           program.ignoresCase))
+                return false;
+            at += item.length;
+            break;
+        case ChainKind::set:
+            if (at == subject.length || !program.sets[item.index].has(subject.units[at]))
+                return false;
+            ++at;
+            break;
+        case ChainKind::reference: {
+            const Capture capture = captures[item.index];
+            if (!hasCaptureAt(subject, at, capture, program.ignoresCase))
+                return false;
+            at += capture.end - capture.start;
+            if (!budget.spend(stepsOfScan(capture.end - capture.start)))
+                return false;
+            break;
+        }
+        case ChainKind::open:
+            captures[item.index].start = at;
+            break;
+        case ChainKind::close:
+            captures[item.index].end = at;
+            break;
+        case ChainKind::run:
+            if (!beginRun(index, at))
+                return false;
+            break;
+        case ChainKind::choice:
+            if (!beginChoice(index, at))
+                return false;
+            break;
+        }
     }
+    position = at;
     return true;
-}
-
-template <class Budget>
-bool ChainSearch<Budget>::matchItem(const ChainItem &item)
-{
-    switch (item.kind) {
-    case ChainKind::lineStart:
-        return isLineStartAt(subject, position, program.isMultiLine);
-    case ChainKind::lineEnd:
-        return isLineEndAt(subject, position, program.isMultiLine);
-    case ChainKind::boundary:
-        return isBoundaryAt(subject, position, item.isNegated);
-    case ChainKind::anyUnits: {
-        const unsigned short *units = subject.units + position;
-        if (item.length > subject.length - position ||
-            std::find(units, units + item.length, '\n') != units + item.length)
-            return false;
-        position += item.length;
-        return true;
-    }
-    case ChainKind::literal:
-        if (!hasTextAt(subject, position, program.units.data() + item.offset, item.length,
-                       program.ignoresCase))
-            return false;
-        position += item.length;
-        return true;
-    case ChainKind::set:
-        if (position == subject.length || !program.sets[item.index].has(subject.units[position]))
-            return false;
-        ++position;
-        return true;
-    case ChainKind::reference: {
-        const Capture capture = captures[item.index];
-        if (!hasCaptureAt(subject, position, capture, program.ignoresCase))
-            return false;
-        position += capture.end - capture.start;
-        return budget.spend(stepsOfScan(capture.end - capture.start));
-    }
-    case ChainKind::open:
-        captures[item.index].start = position;
-        return true;
-    default:
-        captures[item.index].end = position;
-        return true;
-    }
 }
 
 // --- Runs ----------------------------------------------------------------------------------------
@@ -221,38 +281,41 @@ bool ChainSearch<Budget>::matchItem(const ChainItem &item)
 // How long the run is from the present position on. The last stretch is remembered: the starts
 // within it end where it does.
 template <class Budget>
-int ChainSearch<Budget>::measure(int index)
+int ChainSearch<Budget>::measure(int index, int at)
 {
     const ChainItem &run = items[index];
     const bool isFirst = index == program.firstRun;
-    if (isFirst && measured.begin <= position && position < measured.end)
-        return measured.end - position;
-    const int length =
-        lengthOfRun(program, node(node(run.node).first), subject, position, run.maximum);
+    if (isFirst && measured.begin <= at && at < measured.end)
+        return measured.end - at;
+    const Node &atom = node(node(run.node).first);
+    const int length = atom.kind == NodeKind::set
+                           ? lengthInSet(program.sets[atom.index], subject.units + at,
+                                         std::min(run.maximum, subject.length - at))
+                           : lengthOfRun(program, atom, subject, at, run.maximum);
     budget.spend(stepsOfScan(length));
     if (isFirst)
-        measured = {position, position + length};
+        measured = {at, at + length};
     return length;
 }
 
 template <class Budget>
-bool ChainSearch<Budget>::beginRun(int index)
+bool ChainSearch<Budget>::beginRun(int index, int &at)
 {
     const ChainItem &run = items[index];
-    const int length = measure(index);
+    const int length = measure(index, at);
     if (index == program.firstRun)
-        firstRunEnd = position + length;
+        firstRunEnd = at + length;
     if (length < run.minimum)
         return false;
     if (run.isPossessive || run.minimum == length) {
-        position += length;
-        return run.following < 0 ||
-               (position < subject.length && subject.units[position] == run.following);
+        at += length;
+        return run.following < 0 || (at < subject.length && subject.units[at] == run.following);
     }
     Slot &slot = slots[slotCount];
-    slot = {index, position, length, position + run.minimum, position + length};
+    slot = {index, at, length, at + run.minimum, at + length};
     if (!nextEnd(slot, run))
         return false;
+    at = position;
     ++slotCount;
     return true;
 }
@@ -291,21 +354,38 @@ bool ChainSearch<Budget>::nextEnd(Slot &slot, const ChainItem &run)
 // --- Choices -------------------------------------------------------------------------------------
 
 template <class Budget>
-bool ChainSearch<Budget>::beginChoice(int index)
+bool ChainSearch<Budget>::beginChoice(int index, int &at)
 {
     Slot &slot = slots[slotCount];
-    slot = {index, position, none, 0, 0};
+    slot = {index, at, none, 0, 0};
     if (!nextBranch(slot, node(items[index].node).first))
         return false;
+    at = position;
     ++slotCount;
     return true;
+}
+
+// The branches of a choice whose first units may stand there; all of them without masks.
+template <class Budget>
+unsigned ChainSearch<Budget>::branchesAt(int item, int at) const
+{
+    if (item != program.maskedChoice)
+        return ~0U;
+    const BranchMasks &masks = program.masks[0];
+    unsigned branches = ~0U;
+    for (int place = 0; place < BranchMasks::places && at + place < subject.length; ++place)
+        branches &= masks.at(place, subject.units[at + place]);
+    return branches;
 }
 
 // Takes the first branch from that one on that stands there.
 template <class Budget>
 bool ChainSearch<Budget>::nextBranch(Slot &slot, int branch)
 {
+    const unsigned possible = branchesAt(slot.item, slot.start);
     for (; branch != none; branch = node(branch).next) {
+        if (possible != ~0U && (possible & static_cast<unsigned>(node(branch).index)) == 0)
+            continue;
         const Node &literal = node(node(branch).first);
         if (hasTextAt(subject, slot.start, program.textOf(literal), literal.length,
                       program.ignoresCase)) {

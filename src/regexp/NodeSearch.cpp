@@ -729,36 +729,4 @@ MatchResult searchNodes(const Program &program, const Subject &subject, int star
 template MatchResult searchNodes(const Program &, const Subject &, int, Capture *, NoBudget &);
 template MatchResult searchNodes(const Program &, const Subject &, int, Capture *, StepBudget &);
 
-int lengthOfRun(const Program &program, const Node &atom, const Subject &subject, int position,
-                int most)
-{
-    const int available = std::min(most, subject.length - position);
-    const unsigned short *units = subject.units + position;
-    if (available <= 0)
-        return 0;
-    int length = 0;
-    switch (atom.kind) {
-    case NodeKind::anyUnit: {
-        const int lineFeed = findUnit(units, available, '\n');
-        return lineFeed < 0 ? available : lineFeed;
-    }
-    case NodeKind::set: {
-        const UnitSet &set = program.sets[atom.index];
-        while (length < available && set.has(units[length]))
-            ++length;
-        return length;
-    }
-    default: {
-        const unsigned short unit = *program.textOf(atom);
-        if (program.ignoresCase)
-            while (length < available && toLowerUnit(units[length]) == unit)
-                ++length;
-        else
-            while (length < available && units[length] == unit)
-                ++length;
-        return length;
-    }
-    }
-}
-
 } // namespace Tavrin::detail

@@ -66,7 +66,8 @@ struct Node
     int first = none;  // of the children; of a branch, its atoms
     int last = none;
 
-    // A quantifier's or alternative's id; a group's or a back reference's capture; a set's number.
+    // A quantifier's or alternative's id; a group's or a back reference's capture; a set's number;
+    // a branch's bit in the masks.
     int index = 0;
     // A quantifier's bounds; a run of dots' count twice.
     int minimum = 0;
@@ -122,8 +123,25 @@ enum class StartKind : unsigned char
 {
     everywhere,
     atSubjectStart,
-    atLiteral, // which stands `offset` units behind the start
-    atUnit,    // as the table says
+    atLiteral,     // which stands `offset` units behind the start
+    beforeLiteral, // which stands behind the first run
+    atUnit,        // as the table says
+    atChoice,      // of a branch, as the masks say
+};
+
+// Which branches of a choice may have a unit at each of their first places: a bit for each.
+struct BranchMasks
+{
+    static constexpr int places = 3;
+    static constexpr int mostBranches = 16;
+
+    unsigned short low[places][256];
+    unsigned short high[places]; // for the units above 255
+
+    unsigned short at(int place, unsigned short unit) const
+    {
+        return unit < 256 ? low[place][unit] : high[place];
+    }
 };
 
 struct StartPlan
@@ -152,9 +170,11 @@ struct Program
     bool skipsRuns = false;
     // The item that takes units first, if it is a run without upper bound.
     int firstRun = none;
+    int maskedChoice = none; // the item that the masks are of
     Growing<ChainItem, 8> chain;
     int chainSlots = 0;
     StartPlan start;
+    Growing<BranchMasks, 1> masks; // of a choice that a chain begins with
 
     int first = none; // of the top-level atoms; none for a pattern with an error
     int captureCount = 0;

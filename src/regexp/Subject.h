@@ -86,8 +86,20 @@ inline bool hasCaptureAt(const Subject &subject, int position, Capture capture, 
     return true;
 }
 
+// How many of the units the set takes.
+inline int lengthInSet(const UnitSet &set, const unsigned short *units, int count)
+{
+    int length = 0;
+    while (length < count && set.has(units[length]))
+        ++length;
+    return length;
+}
+
 // How many units from `position` on the atom of a run takes, up to `most`.
 int lengthOfRun(const Program &program, const Node &atom, const Subject &subject, int position,
                 int most);
+// How far back from `position` they reach, down to `least`: where they begin.
+int beginOfRun(const Program &program, const Node &atom, const Subject &subject, int position,
+               int least);
 
 } // namespace Tavrin::detail
