@@ -66,6 +66,22 @@ protected:
             << printable(pattern) << " on \"" << printable(subject) << "\" from " << start;
     }
 
+    // Every pattern of up to three pieces, and every subject of up to `longest` letters.
+    void compareAll(const std::vector<std::u16string> &pieces,
+                    const std::vector<std::u16string> &letters, int longest)
+    {
+        const std::vector<std::u16string> subjects = allTexts(letters, longest);
+        for (const std::u16string &pattern : allTexts(pieces, 3)) {
+            const Pair pair(pattern, 0);
+            EXPECT_TRUE(pair.agreesOnThePattern()) << printable(pattern);
+            for (const std::u16string &subject : subjects)
+                compare(pair, pattern, subject, 0);
+            if (HasFailure())
+                break;
+        }
+        EXPECT_EQ(skipped, 0);
+    }
+
     int compared = 0;
     int skipped = 0;
 };
@@ -86,20 +102,31 @@ TEST_F(EngineTest, AnswersRandomQuestionsAsTheReferenceDoes)
     EXPECT_LT(skipped, 200);
 }
 
+TEST_F(EngineTest, AnswersQuestionsOfWordsAsTheReferenceDoes)
+{
+    Generator generator(21, u"abc");
+    for (int i = 0; i < 1500 && !HasFailure(); ++i) {
+        const std::u16string pattern = generator.wordPattern();
+        const Pair pair(pattern, generator.flags());
+        EXPECT_TRUE(pair.agreesOnThePattern()) << printable(pattern);
+        for (int j = 0; j < 4; ++j)
+            compare(pair, pattern, generator.wordSubject(30), 0);
+    }
+    EXPECT_GT(compared, 5800);
+    EXPECT_LT(skipped, 200);
+}
+
 TEST_F(EngineTest, AnswersAllShortQuestionsAsTheReferenceDoes)
 {
-    const std::vector<std::u16string> subjects = allTexts({u"a", u"b"}, 3);
-    const std::vector<std::u16string> pieces = {u"a", u"b", u"(", u")", u"|", u"*",
-                                                u"?", u".", u"[", u"]", u"^", u"\\1"};
-    for (const std::u16string &pattern : allTexts(pieces, 3)) {
-        const Pair pair(pattern, 0);
-        EXPECT_TRUE(pair.agreesOnThePattern()) << printable(pattern);
-        for (const std::u16string &subject : subjects)
-            compare(pair, pattern, subject, 0);
-        if (HasFailure())
-            break;
-    }
-    EXPECT_EQ(skipped, 0);
+    compareAll({u"a", u"b", u"(", u")", u"|", u"*", u"?", u".", u"[", u"]", u"^", u"\\1"},
+               {u"a", u"b"}, 3);
+}
+
+// Where a search may begin depends on what the first pieces take.
+TEST_F(EngineTest, AnswersAllShortQuestionsOfRepetitionsAsTheReferenceDoes)
+{
+    compareAll({u"a*", u"b?", u"a+?", u"b{2}", u"a", u"c", u".", u"[^a]", u"(b)*", u"(?:a|b)*"},
+               {u"a", u"b", u"c"}, 4);
 }
 
 TEST(GeneratorTest, GivesTheSameForTheSameSeed)
