@@ -11,6 +11,7 @@
 // tests/encoders/StringEncodingTest.cpp and tests/encoders/StringUtf8Test.cpp.
 #include <algorithm>
 #include <bit>
+#include <cstring>
 #include <utility>
 
 // The door to the encoders: these operations are String's, and what they do is the encoders'.
@@ -146,10 +147,33 @@ bool isUtf8(const Encoder &encoder)
 }
 
 // UTF-8 has no more units than bytes, and no more than three bytes for each unit.
+constexpr int shortAscii = 128;      // bytes that are looked at for ASCII first
 constexpr int shortUtf8 = 2048;      // bytes that are decoded on the stack
 constexpr int longestUtf8 = 4 << 20; // bytes that are decoded to a block of as many units
 constexpr int shortText = 5000;      // units that are encoded to three times the room
 constexpr int longestUnitInUtf8 = 3;
+
+// Whether so many bytes are ASCII, for texts too short for vectors to pay.
+bool isShortAscii(const char *bytes, int count)
+{
+    constexpr std::uint64_t otherBits = 0x8080'8080'8080'8080;
+    constexpr int word = sizeof otherBits;
+    std::uint64_t all = 0;
+    const auto take = [&](int at) {
+        std::uint64_t eight = 0;
+        std::memcpy(&eight, bytes + at, word);
+        all |= eight;
+    };
+    if (count < word) {
+        for (int at = 0; at < count; ++at)
+            all |= static_cast<unsigned char>(bytes[at]);
+    } else {
+        for (int at = 0; at < count - word; at += word)
+            take(at);
+        take(count - word);
+    }
+    return (all & otherBits) == 0;
+}
 
 // These return the code and store how many bytes stand in the buffer.
 int encodeUtf8(Scratch &scratch, detail::UnitView text, int &outLength)
@@ -249,6 +273,10 @@ int String::decode(const char *bytes, int count, const Encoder *encoder)
 // part of it.
 int String::decodeUtf8(const char *bytes, int count)
 {
+    if (count <= shortAscii && isShortAscii(bytes, count) && !holds(bytes)) {
+        detail::widen(bytes, StringAccess::overwrite(*this, count), count);
+        return 0;
+    }
     const auto refusal = [=](int code) {
         return code == 0 ? code : detail::countUtf8Units(bytes, count).code;
     };

@@ -115,7 +115,7 @@ public:
             if (*at == 0)
                 return;
             ++at;
-            const Field field = readField();
+            const Field field = isBareConversion(*at) ? Field() : readField();
             if (*at == 0)
                 return;
             convert(field, *at++);
@@ -129,6 +129,12 @@ private:
             return false;
         ++at;
         return true;
+    }
+
+    // Behind the "%" of most fields stands the conversion itself: a letter that is no length.
+    static bool isBareConversion(unsigned short unit)
+    {
+        return unit >= 'a' && unit <= 'z' && unit != 'l' && unit != 'h';
     }
 
     // A number of digits, or the next argument for "*". What is too large counts as the largest
@@ -218,7 +224,9 @@ private:
     // D-144: the padding goes to the very front, also zeros before a sign, or to the end.
     void pad(const Field &field, UnitView text)
     {
-        const int missing = std::max(field.width - text.length, 0);
+        const int missing = field.width - text.length;
+        if (missing <= 0)
+            return out.append(text);
         if (!field.isLeftJustified)
             out.fill(field.padding, missing);
         out.append(text);

@@ -137,6 +137,24 @@ TEST_F(StringUtf8Test, ValidTextsOfEveryLengthDecodeAlike)
             EXPECT_TRUE(decodesAlike(repeated(pattern, length))) << pattern << ' ' << length;
 }
 
+TEST_F(StringUtf8Test, ShortTextsWithOneOtherByteAtEveryPlaceDecodeAlike)
+{
+    std::string ascii;
+    for (std::size_t length = 1; length <= 140; ++length) {
+        ascii += static_cast<char>((length * 3 - 3) % 128);
+        ASSERT_TRUE(decodesAlike(ascii)) << length;
+        ASSERT_EQ(decode(ascii, Encoder::getUtf8()).text,
+                  std::u16string(ascii.begin(), ascii.end()));
+        for (std::size_t place = 0; place < length; ++place) {
+            std::string bytes = ascii;
+            bytes[place] = '\x80';
+            ASSERT_TRUE(decodesAlike(bytes)) << length << ", other at " << place;
+            bytes.replace(place, 2, "\xC3\xA9");
+            ASSERT_TRUE(decodesAlike(bytes)) << length << ", character at " << place;
+        }
+    }
+}
+
 TEST_F(StringUtf8Test, VeryLongTextsDecodeAlike)
 {
     for (const std::size_t length : longDecodeLengths)
@@ -207,16 +225,17 @@ TEST_F(StringUtf8Test, RandomTextsConvertAlike)
 
 TEST_F(StringUtf8Test, StringsDecodeFromTheirOwnText)
 {
-    for (const std::size_t length : {10UL, 2048UL, 2050UL, 20000UL}) {
-        const std::string bytes = repeated(std::string("\xC3\xA9!x"), length);
-        String text;
-        text.init(static_cast<int>(bytes.size() / 2));
-        std::memcpy(const_cast<unsigned short *>(text.wstr()), bytes.data(), bytes.size());
-        EXPECT_EQ(text.decode(reinterpret_cast<const char *>(text.wstr()),
-                              static_cast<int>(bytes.size()), &Encoder::getUtf8()),
-                  0);
-        EXPECT_EQ(unitsOf(text), decode(bytes, Encoder::getUtf8()).text);
-    }
+    for (const std::string pattern : {"\xC3\xA9!x", "abcd"})
+        for (const std::size_t length : {10UL, 128UL, 130UL, 2048UL, 2050UL, 20000UL}) {
+            const std::string bytes = repeated(pattern, length);
+            String text;
+            text.init(static_cast<int>(bytes.size() / 2));
+            std::memcpy(const_cast<unsigned short *>(text.wstr()), bytes.data(), bytes.size());
+            EXPECT_EQ(text.decode(reinterpret_cast<const char *>(text.wstr()),
+                                  static_cast<int>(bytes.size()), &Encoder::getUtf8()),
+                      0);
+            EXPECT_EQ(unitsOf(text), decode(bytes, Encoder::getUtf8()).text);
+        }
 }
 
 TEST_F(StringUtf8Test, CopiesKeepTheirTextAndPinnedStringsTheirPin)
@@ -258,6 +277,16 @@ TEST_F(StringUtf8Test, DecodingKeepsTheStringWhenMemoryFails)
                 EXPECT_EQ(text.length(), failed ? 6 : length / 3);
             });
     }
+}
+
+TEST_F(StringUtf8Test, DecodingShortAsciiKeepsTheStringWhenMemoryFails)
+{
+    const std::string bytes(100, 'a');
+    underMemoryFailure([] { return String("before"); },
+                       [&](String &text) { text.decode(bytes.data(), 100, &Encoder::getUtf8()); },
+                       [&](const String &text, bool failed) {
+                           EXPECT_TRUE(text == (failed ? "before" : bytes.c_str()));
+                       });
 }
 
 TEST_F(StringUtf8Test, EncodingGivesTheWholeTextOrThrows)
