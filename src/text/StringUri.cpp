@@ -3,6 +3,7 @@
 // Pinned by tests/text/StringUriTest.cpp.
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <type_traits>
 #include <utility>
 
@@ -11,7 +12,7 @@
 #include <tavrin/String.h>
 
 // The same door, for the usual encoder.
-#include "encoders/Utf8.h"
+#include "encoders/Utf8Steps.h"
 #include "text/HexDigits.h"
 #include "text/StringAccess.h"
 
@@ -93,8 +94,8 @@ bool encodeUri(String &text, const KeptBytes &kept)
 }
 
 // Decoding. Each run of escapes is decoded by itself, and what it gives may depend on where it
-// ends. It does not when all of the text, its plain units taken as bytes, is well-formed: then no
-// character reaches beyond its run, and one call decodes everything.
+// ends. It does not when all of it is well-formed: then it may as well be read character by
+// character.
 
 constexpr int notAnEscape = -1;
 
@@ -138,31 +139,98 @@ enum class Outcome
     undecided, // the runs have to be taken one by one
 };
 
+// Decodes to a place with room for as many units as there are: nothing gets longer.
+class CharacterDecoding
+{
+public:
+    CharacterDecoding(UnitView text, unsigned short *out)
+        : unit(text.units), end(text.units + text.length), out(out)
+    {}
+
+    Outcome run()
+    {
+        for (copyPlain(); unit != end; copyPlain()) {
+            const int value = readByte();
+            if (value == notAnEscape)
+                return Outcome::wrongEscape;
+            if (value < asciiCount)
+                *out++ = static_cast<unsigned short>(value);
+            else if (!readCharacter(value))
+                return Outcome::undecided;
+        }
+        return Outcome::done;
+    }
+
+    // Where the next unit would go.
+    const unsigned short *place() const { return out; }
+
+private:
+    // Up to a "%"; four at a time, as far as there are so many.
+    void copyPlain()
+    {
+        constexpr int step = 4;
+        for (; end - unit >= step; unit += step, out += step) {
+            std::memcpy(out, unit, step * sizeof *unit);
+            for (int at = 0; at < step; ++at)
+                if (unit[at] == '%') {
+                    unit += at;
+                    out += at;
+                    return;
+                }
+        }
+        while (unit != end && *unit != '%')
+            *out++ = *unit++;
+    }
+
+    // The byte of an escape, which is left behind.
+    int readByte()
+    {
+        const int value = escapedByte(unit, end);
+        if (value != notAnEscape)
+            unit += escapeLength;
+        return value;
+    }
+
+    // The character beyond ASCII that begins with the byte `lead`, already read. False if it is not
+    // well-formed.
+    bool readCharacter(int lead)
+    {
+        char bytes[detail::longestUtf8Sequence] = {static_cast<char>(lead)};
+        const int length = detail::utf8SequenceLength(static_cast<unsigned char>(lead));
+        for (int at = 1; at < length; ++at) {
+            const int value = unit != end && *unit == '%' ? readByte() : notAnEscape;
+            if (value == notAnEscape)
+                return false;
+            bytes[at] = static_cast<char>(value);
+        }
+        constexpr int longestCharacter = 2; // units
+        detail::Utf8Decoding decoding(bytes, length, out, longestCharacter);
+        const bool isWellFormed = decoding.step();
+        out = decoding.dst;
+        return isWellFormed;
+    }
+
+    const unsigned short *unit;
+    const unsigned short *end;
+    unsigned short *out;
+};
+
 Outcome decodeWhole(UnitView text, String &result)
 {
-    ByteBuffer buffer(text.length);
-    char *const bytes = buffer.bytes();
-    char *byte = bytes;
-    const unsigned short *const end = text.units + text.length;
-    for (const unsigned short *unit = text.units; unit != end;) {
-        if (*unit != '%') {
-            if (*unit >= asciiCount)
-                return Outcome::undecided;
-            *byte++ = static_cast<char>(*unit++);
-            continue;
-        }
-        const int value = escapedByte(unit, end);
-        if (value == notAnEscape)
-            return Outcome::wrongEscape;
-        *byte++ = static_cast<char>(value);
-        unit += escapeLength;
-    }
-    const auto count = static_cast<int>(byte - bytes);
-    result.init(count);
-    const detail::Conversion conversion =
-        detail::decodeUtf8(bytes, count, StringAccess::units(result), count);
-    result.adjust(conversion.produced);
-    return conversion.code == 0 ? Outcome::done : Outcome::undecided;
+    constexpr int fewUnits = 2048;
+    unsigned short few[fewUnits];
+    const bool areFew = text.length <= fewUnits;
+    if (!areFew)
+        result.init(text.length);
+    unsigned short *const units = areFew ? few : StringAccess::units(result);
+    CharacterDecoding decoding(text, units);
+    const Outcome outcome = decoding.run();
+    const auto count = static_cast<int>(decoding.place() - units);
+    if (areFew)
+        StringAccess::assign(result, {units, count});
+    else
+        result.adjust(count);
+    return outcome;
 }
 
 // How many escapes follow each other from here on; notAnEscape if one is none.

@@ -4,6 +4,8 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
+#include <random>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -67,6 +69,39 @@ const Row decodeRows[] = {
     {"what stands in front of them is lost with them", u"%41%FF"sv, nullptr, "?"},
     {"a plain unit cuts a character", u"%C3x%A9"sv, nullptr, "?x?"},
 };
+
+// decodeURI as it is worded: the bytes of each run of escapes are decoded for themselves.
+std::u16string decodedByRuns(std::u16string_view text)
+{
+    std::u16string result;
+    for (std::size_t at = 0; at < text.size();) {
+        if (text[at] != '%') {
+            result += text[at++];
+            continue;
+        }
+        std::string bytes;
+        for (; at < text.size() && text[at] == '%'; at += 3) {
+            const std::string digits(text.begin() + static_cast<std::ptrdiff_t>(at) + 1,
+                                     text.begin() + static_cast<std::ptrdiff_t>(at) + 3);
+            bytes += static_cast<char>(std::stoi(digits, nullptr, 16));
+        }
+        String decoded;
+        decoded.decode(bytes.data(), static_cast<int>(bytes.size()), &Encoder::getUtf8());
+        result += decoded.length() == 0 ? u"?" : unitsOf(decoded);
+    }
+    return result;
+}
+
+testing::AssertionResult decodesByRuns(std::u16string_view encoded)
+{
+    String text = textOf(encoded);
+    if (!text.decodeURI())
+        return testing::AssertionFailure() << "refused";
+    const std::u16string expected = decodedByRuns(encoded);
+    if (unitsOf(text) == expected && isTerminated(text))
+        return testing::AssertionSuccess();
+    return testing::AssertionFailure() << text.length() << " units for " << expected.size();
+}
 
 std::string narrow(const String &text)
 {
@@ -135,7 +170,8 @@ TEST_F(StringUriTest, Decodes)
 
 TEST_F(StringUriTest, AWrongEscapeChangesNothing)
 {
-    for (const char *units : {"%", "%4", "%zz", "%4z", "%z4", "a%41b%", "%41%4", "%%41", "% 41"}) {
+    for (const char *units : {"%", "%4", "%zz", "%4z", "%z4", "a%41b%", "%41%4", "%%41", "% 41",
+                              "%C3%", "%C3%A", "%C3%zz", "%E2%82%", "%C3%A9%x"}) {
         String text(units);
         const String sharer(text);
         EXPECT_FALSE(text.decodeURI()) << units;
@@ -172,6 +208,62 @@ TEST_F(StringUriTest, LongRunsOfEscapes)
         String text(encoded.c_str());
         EXPECT_TRUE(text.decodeURI());
         EXPECT_EQ(unitsOf(text), std::u16string(static_cast<std::size_t>(count), u'\x20AC'));
+    }
+}
+
+TEST_F(StringUriTest, EscapesBehindPlainUnitsOfEveryNumber)
+{
+    constexpr std::u16string_view escapes[] = {u"%41",
+                                               u"%C3%A9",
+                                               u"%E2%82%AC",
+                                               u"%F0%9F%98%80",
+                                               u"%ED%A0%BD",
+                                               u"%C3",
+                                               u"%E2%82",
+                                               u"%C0%80",
+                                               u"%80",
+                                               u"%FF",
+                                               u"%F4%90%80%80",
+                                               u"%41%C3%A9%42",
+                                               u"%F8%88%80%80%80%41",
+                                               u"%C3%C3%A9",
+                                               u"%E2%82%41"};
+    for (const std::u16string_view escape : escapes)
+        for (std::size_t before = 0; before <= 9; ++before)
+            for (std::size_t behind = 0; behind <= 9; ++behind) {
+                std::u16string text(before, u'a');
+                text += escape;
+                text.append(behind, u'\xE9');
+                ASSERT_TRUE(decodesByRuns(text)) << before << " and " << behind;
+                ASSERT_TRUE(decodesByRuns(text + text)) << before << " and " << behind;
+            }
+}
+
+TEST_F(StringUriTest, TextsAroundTheLongestShortOneDecodeByRuns)
+{
+    for (std::size_t length = 2040; length <= 2060; ++length) {
+        std::u16string text = u"%C3%A9" + std::u16string(length - 9, u'a') + u"%41";
+        EXPECT_TRUE(decodesByRuns(text)) << length;
+        text.replace(0, 3, u"%FF");
+        EXPECT_TRUE(decodesByRuns(text)) << length;
+    }
+}
+
+TEST_F(StringUriTest, RandomTextsDecodeByRuns)
+{
+    constexpr std::u16string_view pieces[] = {u"a",         u"bcdefghij",    u"\x20AC",
+                                              u"%25",       u"%C3%A9",       u"%E2%82%AC",
+                                              u"%ED%B8%80", u"%F0%9F%98%80", u"%c3%a9%3F"};
+    constexpr std::u16string_view bad[] = {u"%FF", u"%C3", u"%A9", u"%F0%9F", u"%E0%80%80"};
+    std::mt19937 random(5);
+    for (int run = 0; run < 300; ++run) {
+        std::u16string text;
+        const std::size_t length = random() % 5000;
+        while (text.size() < length)
+            text += pieces[random() % std::size(pieces)];
+        ASSERT_TRUE(decodesByRuns(text)) << run;
+        text += bad[random() % std::size(bad)];
+        ASSERT_TRUE(decodesByRuns(text)) << run;
     }
 }
 
