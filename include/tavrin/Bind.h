@@ -120,7 +120,7 @@ public:
     static constexpr auto method = [] {
         using Shape = detail::BoundShape<decltype(function)>;
         static_assert(Shape::isCallable, "only a function can be called");
-        detail::MethodBinding<typename Shape::Arguments> binding;
+        detail::MethodBinding<typename Shape::List> binding;
         binding.run = &Shape::run;
         binding.invoke = &Shape::template step<Host, function>;
         return binding;
@@ -141,7 +141,8 @@ public:
 
     // Calls the row of the constructor.
     int initialize(const Array &args, Error *error) override;
-    // A class with a default constructor is cloned with the properties that can be written.
+    // D-352: a clone, of a class with a default constructor, has the properties that can be
+    // written.
     int clone(LiveObject **out, bool isDeep) const override;
 
     // Lets scripts construct the class, which has a default constructor: adds a factory.
@@ -172,14 +173,14 @@ private:
         return made;
     }
 
-    String nameOf(const Member &member) const
-    {
-        return *member.name != 0 ? String(member.name) : this->getClassName();
-    }
+    // Words a refusal, unless the error says something already. Returns the code.
     int refuse(const detail::BoundReport &report, int code, const Member &member,
                const Variant &value) const
     {
-        return detail::reportBound(report, code, nameOf(member), member.description, value);
+        if (report.error == nullptr || report.error->getCode() != 0)
+            return code;
+        const String name = *member.name != 0 ? String(member.name) : this->getClassName();
+        return detail::reportBound(report, code, name, member.description, value);
     }
     int run(const Member &member, int id, const Array &args, Variant &result, Error *error);
     int copyMembers(Host &target) const;

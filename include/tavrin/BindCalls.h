@@ -69,11 +69,10 @@ struct BoundArgument
                       std::is_const_v<std::remove_reference_t<Parameter>> || isLiveObject<T>,
                   "arguments are not handed back: take a value or a const reference");
 
-    static constexpr bool isGiven = true;
-
     typename Value::Stored stored;
 
-    // `fromEnd` is the place of the parameter, counted from the last one.
+    // `fromEnd` is the place of the parameter, counted from the last one. D-351: what is undefined
+    // counts as left out.
     int take(const Array &args, unsigned index, unsigned fromEnd, const Binding &binding,
              BoundReport &report)
     {
@@ -120,8 +119,6 @@ private:
 template <>
 struct BoundArgument<const BasicArray &>
 {
-    static constexpr bool isGiven = false;
-
     const BasicArray *stored;
 
     int take(const Array &args, unsigned, unsigned, const Binding &, BoundReport &)
@@ -135,8 +132,6 @@ struct BoundArgument<const BasicArray &>
 template <>
 struct BoundArgument<Error *>
 {
-    static constexpr bool isGiven = false;
-
     Error *stored;
 
     int take(const Array &, unsigned, unsigned, const Binding &, BoundReport &report)
@@ -147,21 +142,47 @@ struct BoundArgument<Error *>
     Error *pass() { return stored; }
 };
 
-// BoundArguments: those of a function.
+// Whether a parameter takes no argument of its own.
+template <class Parameter>
+inline constexpr bool isExtra =
+    std::same_as<Parameter, const BasicArray &> || std::same_as<Parameter, Error *>;
+
+// BoundParameters: what can be said about the parameters of a function before their types, such as
+// the class that is being bound, are complete.
+template <class... Parameters>
+struct BoundParameters
+{
+    static constexpr unsigned count = (0U + ... + !isExtra<Parameters>);
+    // Whether they are a value and nothing, or a value and the Error.
+    static constexpr bool areForValue =
+        count == 1 && (sizeof...(Parameters) == 1 ||
+                       (sizeof...(Parameters) == 2 && (... || std::same_as<Parameters, Error *>)));
+
+    // Puts defaults in their places; that of the last parameter comes first.
+    template <std::size_t... place, class... Defaults>
+    static constexpr void setDefaults(Binding &binding, std::index_sequence<place...>,
+                                      Defaults... values)
+    {
+        constexpr std::size_t given = sizeof...(Defaults);
+        static_assert(given <= count, "more defaults than parameters");
+        static_assert(given <= Binding::mostDefaults, "std::optional has no limit");
+        binding.defaultCount = given;
+        ((binding.defaults[given - 1 - place] = BoundValue<std::remove_cvref_t<std::tuple_element_t<
+              count - given + place, std::tuple<Parameters...>>>>::makeDefault(values)),
+         ...);
+    }
+};
+
+// BoundArguments: those of a function, in the order of its parameters.
 template <class Indexes, class... Parameters>
 struct BoundArguments;
 
 template <std::size_t... index, class... Parameters>
 struct BoundArguments<std::index_sequence<index...>, Parameters...>
 {
-    static constexpr unsigned count = (0U + ... + BoundArgument<Parameters>::isGiven);
-    static_assert((true && ... && (BoundArgument<Parameters>::isGiven == (index < count))),
+    static constexpr unsigned count = BoundParameters<Parameters...>::count;
+    static_assert((... && (isExtra<Parameters> == (index >= count))),
                   "all arguments and the Error stand behind the other parameters");
-    // Whether they are a value and nothing, or a value and the Error.
-    static constexpr bool isForValue =
-        count == 1 &&
-        (sizeof...(Parameters) == 1 ||
-         (sizeof...(Parameters) == 2 && (false || ... || std::same_as<Parameters, Error *>)));
 
     std::tuple<BoundArgument<Parameters>...> arguments;
 
@@ -182,19 +203,6 @@ struct BoundArguments<std::index_sequence<index...>, Parameters...>
             std::get<1>(arguments).stored = report.error;
         return std::get<0>(arguments).take(given, binding, report);
     }
-    // Puts them in their places; the last one comes first.
-    template <std::size_t... place, class... Defaults>
-    static constexpr void setDefaults(Binding &binding, std::index_sequence<place...>,
-                                      Defaults... values)
-    {
-        constexpr std::size_t given = sizeof...(Defaults);
-        static_assert(given <= count, "more defaults than parameters");
-        static_assert(given <= Binding::mostDefaults, "std::optional has no limit");
-        binding.defaultCount = given;
-        ((binding.defaults[given - 1 - place] = BoundArgument<std::tuple_element_t<
-              count - given + place, std::tuple<Parameters...>>>::Value::makeDefault(values)),
-         ...);
-    }
     template <auto function, class Host>
     decltype(auto) call(Host &host)
     {
@@ -210,6 +218,7 @@ template <bool takesConst, class Result, class... Parameters>
 struct FunctionShape
 {
     using Arguments = BoundArguments<std::index_sequence_for<Parameters...>, Parameters...>;
+    using List = BoundParameters<Parameters...>;
     using Value = std::remove_cvref_t<Result>; // of a getter
 
     static constexpr bool isReadable =
@@ -217,7 +226,7 @@ struct FunctionShape
     static constexpr bool isWritable = false;
     static constexpr bool isCallable = true;
     static constexpr bool isSetter =
-        Arguments::isForValue && (std::is_void_v<Result> || std::same_as<Result, Outcome<>>);
+        List::areForValue && (std::is_void_v<Result> || std::same_as<Result, Outcome<>>);
 
     template <class Host, auto function>
     static int read(const LiveObject &object, Variant &out)
@@ -345,7 +354,7 @@ struct PropertyBinding : Binding
 };
 
 // MethodBinding: a binding that may get defaults.
-template <class Arguments>
+template <class Parameters>
 struct MethodBinding : Binding
 {
     // For the last parameters, in their order: numbers, truth values and u"texts".
@@ -353,7 +362,7 @@ struct MethodBinding : Binding
     constexpr MethodBinding defaults(Defaults... values) const noexcept
     {
         MethodBinding complete = *this;
-        Arguments::setDefaults(complete, std::index_sequence_for<Defaults...>(), values...);
+        Parameters::setDefaults(complete, std::index_sequence_for<Defaults...>(), values...);
         return complete;
     }
 };

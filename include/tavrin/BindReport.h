@@ -105,12 +105,10 @@ inline String boundSubject(const BoundReport &report, const String &name, const 
     return name + "(" + parameter + " = " + boundText(value) + ")";
 }
 
-// Words a refusal, unless the error says something already. Returns the code.
+// Words a refusal. Returns the code.
 inline int reportBound(const BoundReport &report, int code, const String &name,
                        const char *description, const Variant &value)
 {
-    if (report.error == nullptr || report.error->getCode() != 0)
-        return code;
     String text = boundSentence(code, boundSubject(report, name, description, value));
     if (report.expected != nullptr)
         text.append(". ").append(

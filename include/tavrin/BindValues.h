@@ -138,10 +138,7 @@ struct BoundValue<T>
         stored = static_cast<T>(number);
         return !isWhole || static_cast<double>(stored) == number ? 0 : bindMismatch;
     }
-    static constexpr BoundDefault makeDefault(T number)
-    {
-        return {.number = static_cast<double>(number)};
-    }
+    static constexpr BoundDefault makeDefault(double number) { return {.number = number}; }
     static void takeDefault(const BoundDefault &given, T &stored)
     {
         stored = static_cast<T>(given.number);

@@ -3,6 +3,7 @@
 
 // The whole public interface of Tavrin.
 #include <tavrin/Array.h>
+#include <tavrin/Bind.h>
 #include <tavrin/Context.h>
 #include <tavrin/Encoder.h>
 #include <tavrin/Error.h>
