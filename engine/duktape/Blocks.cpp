@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+// The head of a block holds its size, shifted up by one, until something is attached to it; the low
+// bit tells which. Heap's blocks are 8 modulo 16, so behind the head they are what Duktape expects.
+// Pinned by tests/engine/EngineMemoryTest.cpp.
+#include "duktape/Blocks.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace TvScript {
+
+void *Blocks::allocate(void *blocks, std::size_t size) noexcept
+{
+    if (size == 0 || size > PTRDIFF_MAX / 2)
+        return nullptr;
+    try {
+        auto *head = static_cast<std::uintptr_t *>(Tavrin::Heap::operator new(headSize + size));
+        *head = size << 1;
+        static_cast<Blocks *>(blocks)->last = head + 1;
+        return head + 1;
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+// By a copy: Heap::reAlloc does not promise to keep the old contents when memory is short.
+void *Blocks::reallocate(void *blocks, void *block, std::size_t size) noexcept
+{
+    if (block == nullptr)
+        return allocate(blocks, size);
+    if (size == 0) {
+        free(blocks, block);
+        return nullptr;
+    }
+    void *moved = allocate(blocks, size);
+    if (moved == nullptr)
+        return nullptr;
+    std::memcpy(moved, block, std::min<std::size_t>(size, headOf(block) >> 1));
+    Tavrin::Heap::operator delete(&headOf(block));
+    return moved;
+}
+
+void Blocks::free(void *, void *block) noexcept
+{
+    if (block == nullptr)
+        return;
+    for (Attached *attached = firstOf(block); attached != nullptr;) {
+        Attached *next = attached->other;
+        attached->blockFreed(block);
+        attached = next;
+    }
+    Tavrin::Heap::operator delete(&headOf(block));
+}
+
+void Blocks::detach(void *block, const Attached &attached) noexcept
+{
+    Attached *first = firstOf(block);
+    if (first == &attached) {
+        setFirst(block, attached.other);
+        return;
+    }
+    while (first != nullptr && first->other != &attached)
+        first = first->other;
+    if (first != nullptr)
+        first->other = attached.other;
+}
+
+} // namespace TvScript
