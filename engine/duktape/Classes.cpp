@@ -173,7 +173,8 @@ duk_ret_t onConstruct(duk_context *ctx)
     if (!duk_is_constructor_call(ctx)) {
         duk_push_current_function(ctx);
         duk_get_prop_literal(ctx, -1, "name");
-        return duk_type_error(ctx, "%s is a class: it takes new", duk_safe_to_string(ctx, -1));
+        duk_error_raw(ctx, DUK_ERR_TYPE_ERROR, nullptr, 0, "%s is a class: it takes new",
+                      duk_safe_to_string(ctx, -1));
     }
     return pushReply(ctx, host->engine, runFunction(ctx, *host));
 }

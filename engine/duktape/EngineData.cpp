@@ -2,6 +2,7 @@
 // Pinned by tests/engine/EngineTest.cpp.
 #include "duktape/EngineData.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -243,6 +244,7 @@ EngineData::Session::~Session()
     duk_set_top(engine.ctx, top);
     --engine.depth;
     engine.bury();
+    engine.collectIfMany();
 }
 
 int EngineData::Session::getCode(Error *error) const
@@ -513,6 +515,18 @@ void EngineData::collectGarbage()
     const Session session(*this);
     if (session.getCode(nullptr) == 0)
         runProtected(onCollectGarbage, nullptr, nullptr, nullptr);
+}
+
+void EngineData::collectIfMany()
+{
+    if (depth != 0 || liveCount < collectAt) [[likely]]
+        return;
+    ++depth;
+    duk_safe_call(ctx, onCollectGarbage, nullptr, 0, 1);
+    duk_pop(ctx);
+    --depth;
+    bury();
+    collectAt = std::max(firstCollection, liveCount * 2);
 }
 
 void EngineData::keepSource(const String &file, const String &text)

@@ -247,6 +247,7 @@ public:
 
 private:
     void start();
+    void collectIfMany();
     int runProtected(duk_safe_call_function body, void *data, Tavrin::Variant *result,
                      Tavrin::Error *error);
     void defineClassesIn(const Tavrin::String &text);
@@ -260,6 +261,9 @@ private:
     std::uint64_t lastSerial = 0;
     Mortal *firstDead = nullptr;
     bool isBurying = false;
+    // With so many live objects the collector is run: it knows nothing of what they hold.
+    int collectAt = firstCollection;
+    static constexpr int firstCollection = 1000;
     unsigned nextSlot = 0;
     Tavrin::Variant slots[slotCount];
     Tavrin::SimpleArray freeRoots; // of `rootCount` slots the first `freeRootCount` are in use

@@ -8,6 +8,7 @@
 
 #include <tavrin/Array.h>
 #include <tavrin/Error.h>
+#include <tavrin/HashTable.h>
 #include <tavrin/LiveCollection.h>
 #include <tavrin/LiveComponent.h>
 #include <tavrin/LiveObject.h>

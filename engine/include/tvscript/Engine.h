@@ -93,8 +93,8 @@ public:
     int getNames(const Tavrin::Variant &object, Tavrin::Array &names,
                  Tavrin::Error *error = nullptr);
 
-    // Frees what scripts can no longer reach although it refers to itself. Everything else is freed
-    // at once, so it is rarely of use.
+    // Frees what scripts can no longer reach although it refers to itself, as functions do. That
+    // happens by itself now and then; everything else is freed at once.
     void collectGarbage();
     // How many live objects the scripts hold.
     int heldObjects() const;
