@@ -14,14 +14,46 @@ void *Blocks::allocate(void *blocks, std::size_t size) noexcept
 {
     if (size == 0 || size > PTRDIFF_MAX / 2)
         return nullptr;
-    try {
-        auto *head = static_cast<std::uintptr_t *>(Tavrin::Heap::operator new(headSize + size));
-        *head = size << 1;
-        static_cast<Blocks *>(blocks)->last = head + 1;
-        return head + 1;
-    } catch (const std::bad_alloc &) {
+    auto &owner = *static_cast<Blocks *>(blocks);
+    std::uintptr_t *head = owner.makeBlock(headSize + size);
+    if (head == nullptr)
         return nullptr;
+    *head = size << 1;
+    owner.last = head + 1;
+    return head + 1;
+}
+
+std::uintptr_t *Blocks::makeBlock(std::size_t size) noexcept
+{
+    try {
+        return static_cast<std::uintptr_t *>(Tavrin::Heap::operator new(size));
+    } catch (const std::bad_alloc &) {
+        refused = true;
     }
+    const std::size_t taken = (size + headSize - 1) / headSize * headSize;
+    if (reserve == nullptr || reserveSize - reserveUsed < taken)
+        return nullptr;
+    void *block = reserve + reserveUsed;
+    reserveUsed += taken;
+    return static_cast<std::uintptr_t *>(block);
+}
+
+void Blocks::freeBlock(std::uintptr_t *head) noexcept
+{
+    const auto *place = reinterpret_cast<const char *>(head);
+    if (reserve == nullptr || place < reserve || place >= reserve + reserveSize) [[likely]]
+        Tavrin::Heap::operator delete(head);
+}
+
+void Blocks::openReserve()
+{
+    reserve = static_cast<char *>(Tavrin::Heap::operator new(reserveSize));
+}
+
+void Blocks::closeReserve() noexcept
+{
+    Tavrin::Heap::operator delete(reserve);
+    reserve = nullptr;
 }
 
 // By a copy: Heap::reAlloc does not promise to keep the old contents when memory is short.
@@ -37,11 +69,11 @@ void *Blocks::reallocate(void *blocks, void *block, std::size_t size) noexcept
     if (moved == nullptr)
         return nullptr;
     std::memcpy(moved, block, std::min<std::size_t>(size, headOf(block) >> 1));
-    Tavrin::Heap::operator delete(&headOf(block));
+    static_cast<Blocks *>(blocks)->freeBlock(&headOf(block));
     return moved;
 }
 
-void Blocks::free(void *, void *block) noexcept
+void Blocks::free(void *blocks, void *block) noexcept
 {
     if (block == nullptr)
         return;
@@ -50,7 +82,7 @@ void Blocks::free(void *, void *block) noexcept
         attached->blockFreed(block);
         attached = next;
     }
-    Tavrin::Heap::operator delete(&headOf(block));
+    static_cast<Blocks *>(blocks)->freeBlock(&headOf(block));
 }
 
 void Blocks::detach(void *block, const Attached &attached) noexcept

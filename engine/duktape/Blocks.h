@@ -72,9 +72,18 @@ public:
     }
     static void detach(void *block, const Attached &attached) noexcept;
 
+    // Duktape cannot run out of memory while it makes a heap. So there is a reserve for that time,
+    // big enough for all of it; openReserve may throw. What comes out of it, which hasRefused
+    // tells, has to be gone when it is closed.
+    void openReserve();
+    void closeReserve() noexcept;
+
     // Whether the block was the last to be allocated: how the start of an engine makes sure that
     // heap pointers are the addresses of blocks.
     bool wasLast(const void *block) const { return block == last; }
+    // Whether memory has run out since the last call of forgetRefusals.
+    bool hasRefused() const { return refused; }
+    void forgetRefusals() { refused = false; }
 
 private:
     static constexpr std::uintptr_t attachedBit = 1;
@@ -91,6 +100,10 @@ private:
     }
 
     static constexpr std::size_t headSize = sizeof(std::uintptr_t);
+    static constexpr std::size_t reserveSize = 512 * 1024;
+
+    std::uintptr_t *makeBlock(std::size_t size) noexcept;
+    void freeBlock(std::uintptr_t *head) noexcept;
 
     static std::uintptr_t &headOf(void *block) noexcept
     {
@@ -102,6 +115,9 @@ private:
     }
 
     const void *last = nullptr;
+    bool refused = false;
+    char *reserve = nullptr;
+    std::size_t reserveUsed = 0;
 };
 
 } // namespace TvScript

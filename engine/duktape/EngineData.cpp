@@ -234,7 +234,8 @@ EngineData::Session::Session(EngineData &itsEngine) : engine(itsEngine)
         return;
     }
     top = duk_get_top(engine.ctx);
-    ++engine.depth;
+    if (engine.depth++ == 0)
+        engine.forgetRefusals();
 }
 
 EngineData::Session::~Session()
@@ -261,8 +262,13 @@ EngineData::EngineData(Engine &itsFacade) : facade(itsFacade)
 
 void EngineData::start()
 {
+    openReserve();
     ctx = duk_create_heap(allocate, reallocate, free, static_cast<Blocks *>(this), onFatal);
-    if (ctx == nullptr)
+    const bool isShort = ctx == nullptr || hasRefused();
+    if (isShort && ctx != nullptr)
+        duk_destroy_heap(ctx);
+    closeReserve();
+    if (isShort)
         throw std::bad_alloc();
     bool isFit = false;
     duk_int_t code = duk_safe_call(ctx, onCheckPointers, &isFit, 0, 1);

@@ -159,6 +159,7 @@ const String *textOfFailure(const EngineData &engine) noexcept
 // What an exception says of itself.
 struct Told
 {
+    bool isComplete = false; // nothing was thrown on the way
     bool isError = false;
     int number = 0;
     int line = -1;
@@ -175,9 +176,12 @@ struct Told
             text = textOf(bytes, length);
             return true;
         } catch (const std::bad_alloc &) {
+            isShort = true;
             return false;
         }
     }
+
+    bool isShort = false; // of memory
 };
 
 void takeProperty(duk_context *ctx, duk_idx_t at, const char *property, Told &told, String &text)
@@ -193,8 +197,10 @@ duk_ret_t onTell(duk_context *ctx, void *data)
     auto &told = *static_cast<Told *>(data);
     const duk_idx_t at = duk_get_top_index(ctx);
     told.isError = duk_is_error(ctx, at) != 0;
-    if (!told.isError)
+    if (!told.isError) {
+        told.isComplete = true;
         return 0;
+    }
     takeProperty(ctx, at, "name", told, told.name);
     takeProperty(ctx, at, "message", told, told.message);
     takeProperty(ctx, at, "fileName", told, told.file);
@@ -203,6 +209,7 @@ duk_ret_t onTell(duk_context *ctx, void *data)
     duk_pop(ctx);
     duk_get_prop_literal(ctx, at, "number");
     told.number = duk_get_int_default(ctx, -1, 0);
+    told.isComplete = !told.isShort;
     return 0;
 }
 
@@ -230,10 +237,6 @@ int pushRecord(Error &records, Told &told)
         records.push(EngineData::stackOverrun, nullptr);
         return EngineData::stackOverrun;
     }
-    if (told.name == "Error" && told.message == "alloc failed") {
-        records.push(EngineData::outOfMemory, nullptr);
-        return EngineData::outOfMemory;
-    }
     if (told.name == "SyntaxError") {
         cutPlace(told.message);
         records.push(8, String("Syntax error: ") + told.message, nullptr, false);
@@ -248,6 +251,11 @@ int reportTold(EngineData &engine, duk_context *ctx, Told &told, Error &records)
     if (const auto *failure = Blocks::find<Failure>(duk_get_heapptr(ctx, -1))) {
         records.push(failure->records);
         return failure->code;
+    }
+    if (engine.hasRefused() &&
+        (!told.isComplete || told.message == "alloc failed" || told.name == "DoubleError")) {
+        records.push(EngineData::outOfMemory, nullptr);
+        return EngineData::outOfMemory;
     }
     if (told.isError)
         return pushRecord(records, told);
