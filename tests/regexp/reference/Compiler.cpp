@@ -114,10 +114,10 @@ void addShorthand(std::vector<bool> &members, char letter)
         break;
     default:
         addRange(members, 8, 13);
-        for (const Token unit : {32, 160, 5760, 6158})
+        for (const Token unit : {32U, 160U, 5760U, 6158U})
             addRange(members, unit, unit);
         addRange(members, 8192, 8202);
-        for (const Token unit : {8232, 8233, 8239, 8287, 12288})
+        for (const Token unit : {8232U, 8233U, 8239U, 8287U, 12288U})
             addRange(members, unit, unit);
     }
 }
@@ -216,7 +216,7 @@ Token Compiler::readToken()
     const char16_t unit = readUnit();
     if (unit == u'\\')
         return readEscape();
-    return metaCharacters.find(unit) != metaCharacters.npos ? meta(unit) : unit;
+    return metaCharacters.find(unit) != std::u16string_view::npos ? meta(unit) : unit;
 }
 
 Token Compiler::readEscape()

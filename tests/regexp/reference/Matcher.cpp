@@ -251,12 +251,12 @@ bool Matcher::matchAll(const Chain &chain)
 
 bool Matcher::retryFromTail(const Chain &chain)
 {
-    for (auto node = chain.rbegin(); node != chain.rend(); ++node) {
-        if (retry(**node))
+    return std::any_of(chain.rbegin(), chain.rend(), [this](const auto &node) {
+        if (retry(*node))
             return true;
-        reset(**node);
-    }
-    return false;
+        reset(*node);
+        return false;
+    });
 }
 
 void Matcher::resetAll(const Chain &chain)
