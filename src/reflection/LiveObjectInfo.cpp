@@ -13,13 +13,30 @@
 
 #include "live/Guarded.h"
 #include "live/InfoRecords.h"
+#include "live/LiveObjectData.h"
 #include "live/Locked.h"
+#include "live/SelfHold.h"
 #include "reflection/ClassListing.h"
 #include "reflection/PropServiceInfo.h"
 
 namespace Tavrin {
 
 using detail::Locked;
+
+namespace {
+
+// Keeps the object alive and locked while its code runs.
+class InUse
+{
+public:
+    explicit InUse(const LiveObject &object) : held(object), locked(object) {}
+
+private:
+    const detail::SelfHold held;
+    const Locked locked;
+};
+
+} // namespace
 
 LiveObjectClassInfo::LiveObjectClassInfo(LiveObject &ofObject)
     : object(&ofObject), name(ofObject.getClassName())
@@ -43,7 +60,7 @@ void LiveObjectClassInfo::getName(String &out) const
 {
     out = name;
     if (object != nullptr) {
-        const Locked lock(*object);
+        const InUse use(*object);
         detail::guardedAlone([&] { out = object->getClassName(); });
     }
 }
@@ -59,7 +76,7 @@ int LiveObjectClassInfo::enumerate(SimpleArray &ids, int flags) const
         return detail::errorInvalid;
     if ((flags & kListStatic) != 0)
         return 0;
-    const Locked lock(*object);
+    const InUse use(*object);
     return detail::guarded(nullptr, [&] {
         const int wanted = detail::withLanguage(flags);
         const int first = ids.length();
@@ -79,7 +96,7 @@ const ServiceInfo *LiveObjectClassInfo::getServiceInfo(const String &service) co
 {
     if (object == nullptr)
         return nullptr;
-    const Locked lock(*object);
+    const InUse use(*object);
     return detail::guardedOr<const ServiceInfo *>(nullptr, [&] {
         int id = 0;
         InfoType type = kInfoNone;
@@ -92,7 +109,7 @@ const ServiceInfo *LiveObjectClassInfo::getServiceInfo(int id) const
 {
     if (object == nullptr)
         return nullptr;
-    const Locked lock(*object);
+    const InUse use(*object);
     return detail::guardedOr<const ServiceInfo *>(nullptr, [&] { return newService(id); });
 }
 
@@ -121,6 +138,7 @@ const ServiceInfo *LiveObjectClassInfo::newService(int id) const
 const ServiceInfo *LiveObjectClassInfo::newPropertyService(const LiveProperty &property) const
 {
     const bool isMethod = (property.getFlags() & kPropertyShownAsMethod) != 0;
+    const PropertyUse use(*detail::LiveObjectAccess::data(*object));
     Variant value;
     if ((property.getFlags() & kPropertyByMessage) == 0)
         property.get(value);
@@ -142,7 +160,7 @@ const ServiceInfo *LiveObjectClassInfo::newRowService(int id) const
             InterfacePtr<const ServiceInfo>::adopt(manager->getServiceInfo(id, kDefaultLanguage));
     }
     if (!record) {
-        if (LiveComponent *component = object->getComponent(id, nullptr)) {
+        if (const InterfacePtr<LiveComponent> component = object->getComponent(id, nullptr)) {
             const Locked lock(*component);
             record = InterfacePtr<const ServiceInfo>::adopt(
                 component->getServiceInfo(*object, id, kDefaultLanguage));

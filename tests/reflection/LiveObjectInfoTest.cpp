@@ -6,6 +6,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -344,6 +345,82 @@ public:
     }
     bool throws = true;
 };
+
+// The last reference to the object goes while its own code runs.
+TEST_F(LiveObjectInfoTest, AHostMayEndTheObjectThatIsBeingDescribed)
+{
+    struct Leaving : LiveObject
+    {
+        Leaving() : LiveObject("Leaving", true) { ++count(); }
+        ~Leaving() override { --count(); }
+        void leave() const
+        {
+            if (!std::exchange(hasLeft, true))
+                release();
+        }
+        const String &getClassName() const override
+        {
+            if (isReady)
+                leave();
+            return LiveObject::getClassName();
+        }
+        int enumerate(SimpleArray &ids, int flags) const override
+        {
+            leave();
+            return LiveObject::enumerate(ids, flags);
+        }
+        int getIDForName(const String &name, int &id, InfoType &type, int flags) const override
+        {
+            leave();
+            return LiveObject::getIDForName(name, id, type, flags);
+        }
+        int getNameForID(int id, String &name, int) const override
+        {
+            leave();
+            name = "own";
+            return id == 7 ? 0 : 2;
+        }
+        InfoType getType(int id) override { return id == 7 ? kInfoReadOnly : kInfoNone; }
+        LiveProperty *createProperty(const String &name, int id, unsigned flags) override
+        {
+            struct Ending : LiveProperty
+            {
+                using LiveProperty::LiveProperty;
+                int get(Variant &out) const override
+                {
+                    getOwner().deleteID(getID());
+                    static_cast<Leaving &>(getOwner()).leave();
+                    return LiveProperty::get(out);
+                }
+            };
+            return new Ending(*this, name, id, flags);
+        }
+        static int &count()
+        {
+            static int living = 0;
+            return living;
+        }
+        mutable bool hasLeft = false;
+        bool isReady = false;
+    };
+    using Question = void (*)(const ClassInfo &);
+    const Question questions[] = {
+        [](const ClassInfo &info) { EXPECT_EQ(nameOf(info), "Leaving"); },
+        [](const ClassInfo &info) { EXPECT_EQ(listed(info, 0), std::vector<int>()); },
+        [](const ClassInfo &info) { EXPECT_EQ(describe(info.getServiceInfo("x")), "none"); },
+        [](const ClassInfo &info) { EXPECT_NE(describe(info.getServiceInfo(7)), "none"); },
+        [](const ClassInfo &info) { EXPECT_NE(describe(info.getServiceInfo(8)), "none"); },
+    };
+    for (const Question question : questions) {
+        auto *object = new Leaving;
+        object->defineIDForName("hidden", 8, kInfoReadOnly | kPropertyUnlisted);
+        const Class info = classOf(*object);
+        object->isReady = true;
+        question(*info);
+        EXPECT_EQ(Leaving::count(), 0);
+        EXPECT_EQ(describe(info->getServiceInfo(7)), "none");
+    }
+}
 
 TEST_F(LiveObjectInfoTest, AnObjectThatFailsToTellItsNameHasNoRecordOrItsOldName)
 {
