@@ -87,7 +87,6 @@ namespace detail {
 struct LiveObjectAccess
 {
     static LiveObjectData *data(const LiveObject &object) { return object.data; }
-    static unsigned int &flags(const LiveObject &object) { return object.flags; }
 };
 
 // A plain dynamic object; std::bad_alloc if there is no memory for all of it.

@@ -150,10 +150,9 @@ void LiveObjectData::unlink(LiveProperty &property) noexcept
         properties = next;
 }
 
+// From somewhere behind it.
 LiveProperty *LiveObjectData::moveToFront(LiveProperty *property) noexcept
 {
-    if (property == properties)
-        return property;
     unlink(*property);
     LivePropertyAccess::previous(*property) = nullptr;
     LivePropertyAccess::next(*property) = properties;

@@ -193,6 +193,27 @@ TEST_F(LiveObjectCloneTest, GoesOnWithTheNumbersOfTheSource)
     EXPECT_EQ(theirs.copy(0, 3), ours);
 }
 
+TEST_F(LiveObjectCloneTest, EndsWhereTheTargetMakesNoProperty)
+{
+    struct Refusing : Plain
+    {
+        LiveProperty *createProperty(const String &name, int id, unsigned flags) override
+        {
+            return id == 5 ? nullptr : Plain::createProperty(name, id, flags);
+        }
+    };
+    const auto source = make<Plain>();
+    const auto target = make<Refusing>();
+    for (const int id : {4, 5, 6}) {
+        String name;
+        name.print("p%d", id);
+        source->defineIDForName(name, id, kInfoReadWrite);
+    }
+    EXPECT_EQ(source->cloneContent(*target, true), -28);
+    EXPECT_NE(target->findProperty(6), nullptr);
+    EXPECT_EQ(target->findProperty(4), nullptr);
+}
+
 TEST_F(LiveObjectCloneTest, ClonesLongLists)
 {
     const auto source = make<Plain>();

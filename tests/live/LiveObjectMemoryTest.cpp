@@ -54,6 +54,7 @@ struct World
     Owned<Plain> object = make<Plain>();
     Owned<Plain> other = make<Plain>();
     Owned<Plain> prototype = make<Plain>("Prototype");
+    Owned<test::Document> document = make<test::Document>();
     Owned<Ruler> ruler = make<Ruler>();
     Owned<LiveArray> collection = make<LiveArray>(arrayOfValues(1, 2), nullptr, 0, false);
     test::Ear ear = test::liveEar([](LiveMessage &message) {
@@ -65,6 +66,26 @@ struct World
     Variant out;
     Error error;
 };
+
+// An object that found no memory for its data.
+void expectNothingOf(Plain &object)
+{
+    EXPECT_EQ(object.getAs(asValue), nullptr);
+    EXPECT_EQ(object.setAutostore(&object, 1), 45);
+    EXPECT_EQ(object.invokeAutostore(nullptr), 0);
+    EXPECT_EQ(object.lookupIndexableComponent(), nullptr);
+    EXPECT_EQ(object.getData(), nullptr);
+    EXPECT_EQ(object.getObjectID(), 0);
+    object.setObjectID(1);
+    object.setData(&object);
+    object.revalidate();
+    EXPECT_EQ(object.put(1, 1, nullptr), 45);
+    EXPECT_EQ(object.getClassInfo(0), nullptr);
+    EXPECT_FALSE(object == object);
+    Variant value;
+    object.valueOf(value);
+    EXPECT_FALSE(value.isDefined());
+}
 
 struct Operation
 {
@@ -82,7 +103,11 @@ const Operation operations[] = {
          } catch (const std::bad_alloc &) { // of the object itself
              return outOfMemory;
          }
-         return w.other->isValid() ? 0 : outOfMemory;
+         if (w.other->isValid())
+             return 0;
+         expectNothingOf(*w.other);
+         w.other = make<Plain>("Made");
+         return outOfMemory;
      },
      Allocates::always},
     {"get by id", [](World &w) { return w.object->get(500, w.out, &w.error); }},
@@ -195,6 +220,40 @@ const Operation operations[] = {
          return LiveObject::getFactory("Prototype", 1) == w.prototype.get() ? 0 : 1;
      },
      Allocates::always},
+    {"a class that gets an id",
+     [](World &w) {
+         w.prototype->setObjectID(0);
+         if (LiveObject::addFactory(*w.prototype, 1) != 0)
+             return outOfMemory;
+         w.prototype->setObjectID(6);
+         const int code = LiveObject::addFactory(*w.prototype, 3);
+         EXPECT_EQ(LiveObject::getFactory("Prototype", 1), w.prototype.get());
+         EXPECT_EQ(LiveObject::getFactory(6, 1), code == 0 ? w.prototype.get() : nullptr);
+         return code;
+     },
+     Allocates::always},
+    {"the end of a chain of objects",
+     [](World &) {
+         Owned<LiveObject> first = make<Plain>();
+         for (int depth = 0; depth < 100; ++depth) {
+             Owned<LiveObject> outer = make<Plain>();
+             auto *value = static_cast<Variant *>(outer->getAs(asValue));
+             if (value == nullptr)
+                 return outOfMemory;
+             value->setLiveObject(first.get(), 0);
+             first = outer;
+         }
+         first.reset();
+         return 0;
+     },
+     Allocates::always},
+    {"a handler that throws",
+     [](World &w) {
+         const int code = w.document->get("throws", w.out, &w.error);
+         EXPECT_NE(w.error.getCode(), 0);
+         return code;
+     },
+     Allocates::always, -29},
     {"a local object",
      [](World &w) {
          LiveObject *made = nullptr;
