@@ -235,7 +235,7 @@ const Operation operations[] = {
     {"the end of a chain of objects",
      [](World &) {
          Owned<LiveObject> first = make<Plain>();
-         for (int depth = 0; depth < 100; ++depth) {
+         for (int depth = 0; depth < 70; ++depth) {
              Owned<LiveObject> outer = make<Plain>();
              auto *value = static_cast<Variant *>(outer->getAs(asValue));
              if (value == nullptr)
