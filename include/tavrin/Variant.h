@@ -105,8 +105,8 @@ public:
     Variant(const Point &point) noexcept : Variant() { setPoint(point); }
     Variant(const Rect &rect) noexcept : Variant() { setRect(rect); }
     Variant(const Array &array) noexcept;
-    // An object of the application, with a number of the caller's; a null pointer gives null.
     Variant(const RegExp &expression) noexcept : Variant() { setRegExp(expression); }
+    // An object of the application, with a number of the caller's; a null pointer gives null.
     Variant(LiveObject &object, int id = 0) noexcept : Variant() { setLiveObject(object, id); }
     Variant(LiveObject *object, int id = 0) noexcept : Variant() { setLiveObject(object, id); }
     // A script object that the interpreter has not made yet: see setObject.
