@@ -37,6 +37,10 @@ private:
     bool planLiteral(int first);
     bool planRunAndLiteral(int first);
     bool planChoice(const ChainItem &choice);
+    void planRepetition();
+    bool isWord(const Node &atom) const;
+    bool endsAtBoundary(int run) const;
+    bool beginsApart(const Node &run, const ChainItem &reference) const;
     void planUnits(const ChainItem &first);
 
     const Node &node(int index) const { return program.nodes[index]; }
@@ -264,22 +268,63 @@ bool ChainPlanner::areApart(const Node &run, const ChainItem &next) const
     return true;
 }
 
+// Whether the atom takes what word boundaries are about.
+bool ChainPlanner::isWord(const Node &atom) const
+{
+    for (unsigned unit = 0; unit < 256; ++unit)
+        if (accepts(atom, static_cast<unsigned short>(unit)) !=
+            isWordUnit(static_cast<unsigned short>(unit)))
+            return false;
+    return !takesHigh(atom);
+}
+
+// Whether the run takes words, and a boundary has to follow.
+bool ChainPlanner::endsAtBoundary(int run) const
+{
+    if (run + 1 == program.chain.size())
+        return false;
+    const ChainItem &next = program.chain[run + 1];
+    return next.kind == ChainKind::boundary && !next.isNegated &&
+           isWord(atomOf(program.chain[run]));
+}
+
+// Whether the captured text begins with a unit that the run does not take. It does if the group is
+// no more than another run, apart from this one.
+bool ChainPlanner::beginsApart(const Node &run, const ChainItem &reference) const
+{
+    for (int index = 0; index + 2 < program.chain.size(); ++index) {
+        const ChainItem &open = program.chain[index];
+        if (open.kind != ChainKind::open || open.index != reference.index)
+            continue;
+        const ChainItem &captured = program.chain[index + 1];
+        const ChainItem &close = program.chain[index + 2];
+        return captured.kind == ChainKind::run && captured.minimum > 0 &&
+               close.kind == ChainKind::close && close.index == reference.index &&
+               areApart(run, captured);
+    }
+    return false;
+}
+
 void ChainPlanner::linkRuns()
 {
     for (int index = 0; index < program.chain.size(); ++index) {
         ChainItem &run = program.chain[index];
         if (run.kind != ChainKind::run)
             continue;
+        if (run.minimum > 0 && endsAtBoundary(index))
+            run.isPossessive = true; // within a word there is no boundary
         const int following = nextConsuming(index + 1);
         if (following == program.chain.size())
             continue;
         const ChainItem &next = program.chain[following];
+        if (next.kind == ChainKind::reference)
+            run.isPossessive = beginsApart(atomOf(run), next);
         const bool begins = next.kind == ChainKind::literal || next.kind == ChainKind::set ||
                             next.kind == ChainKind::anyUnits ||
                             (next.kind == ChainKind::run && next.minimum > 0);
         if (!begins)
             continue;
-        run.isPossessive = areApart(atomOf(run), next);
+        run.isPossessive |= areApart(atomOf(run), next);
         if (!program.ignoresCase && atomOf(next).kind == NodeKind::literal)
             run.following = *program.textOf(atomOf(next));
     }
@@ -392,6 +437,22 @@ void ChainPlanner::planUnits(const ChainItem &first)
     }
 }
 
+// A run in a group, another run, and a reference to the group.
+void ChainPlanner::planRepetition()
+{
+    const int first = program.firstRun;
+    if (first < 1 || first + 3 >= program.chain.size())
+        return;
+    const ChainItem *items = program.chain.data() + first - 1;
+    const bool isOne = items[0].kind == ChainKind::open && items[2].kind == ChainKind::close &&
+                       items[3].kind == ChainKind::run && items[3].isPossessive &&
+                       items[4].kind == ChainKind::reference && items[1].isPossessive &&
+                       items[1].minimum > 0 && items[2].index == items[0].index &&
+                       items[4].index == items[0].index;
+    if (isOne)
+        program.repetition = first + 3;
+}
+
 void ChainPlanner::planStart()
 {
     if (program.chain.size() > 0 && program.chain[0].kind == ChainKind::lineStart &&
@@ -408,6 +469,7 @@ void ChainPlanner::planStart()
                     [](const ChainItem &each) { return each.kind == ChainKind::reference; });
     if (item.kind == ChainKind::run && item.maximum == unbounded)
         program.firstRun = first;
+    planRepetition();
     program.skipsRuns = program.firstRun != none && !hasReference;
     if (!program.ignoresCase && (planLiteral(first) || planRunAndLiteral(first)))
         return;

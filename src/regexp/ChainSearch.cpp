@@ -51,6 +51,8 @@ public:
     MatchResult search(int start);
 
 private:
+    int startAfter(int failed);
+    int repeatedStart(int from);
     int nextStart(int from);
     int nextUnit(int from);
     int nextChoice(int from);
@@ -76,6 +78,7 @@ private:
     int position = 0;
     int slotCount = 0;
     int firstRunEnd = none; // of this attempt, if it has come to one
+    int referenceAt = none; // where this attempt came to the repetition
     Stretch measured;
     Stretch beforeLiteral; // starts from which the run may reach the literal
     Growing<Slot, 8> slots;
@@ -92,10 +95,39 @@ MatchResult ChainSearch<Budget>::search(int start)
         }
         if (budget.isSpent())
             return kMatchStopped;
-        const int next = program.skipsRuns && firstRunEnd > candidate ? firstRunEnd : candidate;
-        candidate = nextStart(next + 1);
+        candidate = startAfter(candidate);
     }
     return budget.isSpent() ? kMatchStopped : kNoMatch;
+}
+
+// Where the search goes on when the attempt from that start has failed.
+template <class Budget>
+int ChainSearch<Budget>::startAfter(int failed)
+{
+    if (firstRunEnd <= failed)
+        return nextStart(failed + 1);
+    if (program.skipsRuns)
+        return nextStart(firstRunEnd + 1);
+    if (program.repetition == none)
+        return nextStart(failed + 1);
+    const int repeated = repeatedStart(failed + 1);
+    return repeated != none ? repeated : nextStart(firstRunEnd + 1);
+}
+
+// The next start within the first run from which what the run takes stands at the reference, too;
+// the starts share the end of the run, and the place of the reference.
+template <class Budget>
+int ChainSearch<Budget>::repeatedStart(int from)
+{
+    if (referenceAt == none)
+        return none;
+    const int last = firstRunEnd - items[program.firstRun].minimum;
+    const int room = subject.length - referenceAt;
+    budget.spend(stepsOfScan(last - from));
+    for (int start = std::max(from, firstRunEnd - room); start <= last; ++start)
+        if (program.ignoresCase || subject.units[start] == subject.units[referenceAt])
+            return start;
+    return none;
 }
 
 // The first place from there on where an attempt may succeed, or none.
@@ -199,6 +231,7 @@ bool ChainSearch<Budget>::attempt(int start)
     position = start;
     slotCount = 0;
     firstRunEnd = none;
+    referenceAt = none;
     int item = 0;
     while (!goAlong(item)) {
         if (!hasOtherEnd())
@@ -249,6 +282,8 @@ bool ChainSearch<Budget>::goAlong(int index)
             break;
         case ChainKind::reference: {
             const Capture capture = captures[item.index];
+            if (index == program.repetition)
+                referenceAt = at;
             if (!hasCaptureAt(subject, at, capture, program.ignoresCase))
                 return false;
             at += capture.end - capture.start;

@@ -171,6 +171,9 @@ struct Program
     // The item that takes units first, if it is a run without upper bound.
     int firstRun = none;
     int maskedChoice = none; // the item that the masks are of
+    // The item that refers to what the first run took, when there is one more run between them, and
+    // neither run can take another length.
+    int repetition = none;
     Growing<ChainItem, 8> chain;
     int chainSlots = 0;
     StartPlan start;
