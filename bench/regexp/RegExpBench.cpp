@@ -123,7 +123,9 @@ public:
 
     bool find(const Subject &subject, long long from, Span &found)
     {
-        const QRegularExpressionMatch match = expression.match(subject, from);
+        const QRegularExpressionMatch match =
+            expression.match(subject, from, QRegularExpression::NormalMatch,
+                             QRegularExpression::DontCheckSubjectStringMatchOption);
         if (!match.hasMatch())
             return false;
         found = {match.capturedStart(), match.capturedEnd()};
