@@ -89,18 +89,18 @@ private:
     }
     static constexpr std::size_t nextSlot(std::size_t at) { return (at + 1) & (slotCount - 1); }
     static constexpr auto givenIDs = [] {
-        std::array<std::uint16_t, slotCount> slots = {};
+        std::array<std::uint16_t, slotCount> places = {};
         for (std::size_t row = 0; row < count; ++row) {
             const int id = Host::members[row].id;
             if (id == 0)
                 continue;
             std::size_t at = slotOf(id);
-            for (; slots[at] != 0; at = nextSlot(at))
-                if (Host::members[slots[at] - 1].id == id)
+            for (; places[at] != 0; at = nextSlot(at))
+                if (Host::members[places[at] - 1].id == id)
                     throw "two rows have the same id";
-            slots[at] = static_cast<std::uint16_t>(row + 1);
+            places[at] = static_cast<std::uint16_t>(row + 1);
         }
-        return slots;
+        return places;
     }();
 
 public:
