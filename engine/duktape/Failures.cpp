@@ -223,8 +223,12 @@ bool endsWith(const String &text, const char *end)
 void cutPlace(String &message)
 {
     const int at = message.find(" (line ", -1, true);
-    if (at >= 0 && endsWith(message, ")"))
-        message.erase(at, -1);
+    if (at < 0 || !endsWith(message, ")"))
+        return;
+    const bool isAtEnd = endsWith(message, ", end of input)");
+    message.erase(at, -1);
+    if (isAtEnd)
+        message += " at the end of the text";
 }
 
 int pushRecord(Error &records, Told &told)
