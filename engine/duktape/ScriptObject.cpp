@@ -6,6 +6,7 @@
 
 #include <tavrin/Array.h>
 #include <tavrin/Error.h>
+#include <tavrin/RegExp.h>
 
 #include "duktape/Classes.h"
 #include "duktape/Failures.h"
@@ -119,6 +120,37 @@ bool findRoot(EngineData &engine, unsigned int &slot) noexcept
     return !reply.isFailure();
 }
 
+// The text on top of the value stack is the pattern of an expression. Steady.
+bool boxExpression(EngineData &engine, duk_context *ctx, ScriptObject &object, int flags) noexcept
+{
+    const Reply reply = engine.steady([&] {
+        Variant pattern;
+        readPlain(engine, ctx, -1, pattern);
+        object.setBoxed(Variant(Tavrin::RegExp(pattern.getString(), flags)));
+        return Reply();
+    });
+    return !reply.isFailure();
+}
+
+int flagOf(duk_context *ctx, duk_idx_t at, const char *name, int flag)
+{
+    duk_get_prop_string(ctx, at, name);
+    const bool isSet = duk_to_boolean(ctx, -1) != 0;
+    duk_pop(ctx);
+    return isSet ? flag : 0;
+}
+
+// Gives an expression of the script the same one of the library, which values ask for. Jumps.
+void pushExpression(duk_context *ctx, EngineData &engine, ScriptObject &object, duk_idx_t at)
+{
+    const int flags = flagOf(ctx, at, "ignoreCase", Tavrin::RegExp::ignoreCase) |
+                      flagOf(ctx, at, "multiline", Tavrin::RegExp::multiLine);
+    duk_get_prop_literal(ctx, at, "source");
+    if (!boxExpression(engine, ctx, object, flags))
+        throwFailure(ctx, engine);
+    duk_pop(ctx);
+}
+
 int tagOf(duk_context *ctx, const EngineData &engine, duk_idx_t at)
 {
     duk_push_heapptr(ctx, engine.regExpConstructor);
@@ -199,7 +231,7 @@ void ScriptObject::toString(String &text)
         text = "[object Object]";
 }
 
-// The number, string or boolean in an object around it.
+// The expression of a regular expression.
 const Variant *ScriptObject::getValue() const
 {
     return boxed.isDefined() ? &boxed : nullptr;
@@ -268,6 +300,8 @@ ScriptObject &pushScriptObject(duk_context *ctx, EngineData &engine, duk_idx_t a
         object = make(engine, block, tagOf(ctx, engine, at));
     if (object == nullptr)
         throwFailure(ctx, engine);
+    if (object->classTag == Object::regExpTag)
+        pushExpression(ctx, engine, *object, at);
     duk_push_heapptr(ctx, engine.roots);
     duk_dup(ctx, at);
     duk_put_prop_index(ctx, -2, slot);

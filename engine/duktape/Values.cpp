@@ -6,6 +6,7 @@
 #include <tavrin/Geometry.h>
 #include <tavrin/LiveObject.h>
 #include <tavrin/Refcountable.h>
+#include <tavrin/RegExp.h>
 #include <tavrin/Variant.h>
 #include <tvscript/Object.h>
 
@@ -185,6 +186,22 @@ void pushRect(duk_context *ctx, EngineData &engine, const Rect *rect)
     pushField(ctx, "top", rect != nullptr ? rect->top : 0);
     pushField(ctx, "right", rect != nullptr ? rect->right : 0);
     pushField(ctx, "bottom", rect != nullptr ? rect->bottom : 0);
+}
+
+// The expression is compiled by the script's own engine; a pattern that it does not take throws.
+void pushRegExp(duk_context *ctx, EngineData &engine, const Tavrin::RegExp *expression)
+{
+    if (expression == nullptr) {
+        duk_push_null(ctx);
+        return;
+    }
+    const int flags = expression->getFlags();
+    duk_require_stack(ctx, 8);
+    duk_push_heapptr(ctx, engine.regExpConstructor);
+    pushText(ctx, engine, expression->getPattern());
+    duk_push_sprintf(ctx, "%s%s", (flags & Tavrin::RegExp::ignoreCase) != 0 ? "i" : "",
+                     (flags & Tavrin::RegExp::multiLine) != 0 ? "m" : "");
+    duk_new(ctx, 2);
 }
 
 // The index of the next element that is there, from `from` on; an array may be nearly empty.
@@ -398,6 +415,9 @@ void pushValue(duk_context *ctx, EngineData &engine, const Variant &value)
         break;
     case Tavrin::kArray:
         pushArray(ctx, engine, value.getArray(), 0);
+        break;
+    case Tavrin::kRegExp:
+        pushRegExp(ctx, engine, value.getRegExp());
         break;
     default:
         pushReplacement(ctx, engine, value);

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <numbers>
 #include <string>
 #include <vector>
@@ -24,11 +25,11 @@ constexpr int notAShape = 80; // the first code that is free for hosts
 class Shape : public Bound<Shape>
 {
 public:
+    Point position;
+
     static constexpr Member members[] = {
         {"position", property<&Shape::position>, "point\tWhere its middle is."},
     };
-
-    Point position;
 
 protected:
     explicit Shape(const char *className);
@@ -77,6 +78,8 @@ class Circle : public Bound<Circle, Shape>
 public:
     Circle() : Bound("Circle") {}
 
+    double radius = 1;
+
     void start(double itsRadius) { radius = itsRadius; }
     double getArea() const { return radius * radius * std::numbers::pi; }
 
@@ -85,14 +88,14 @@ public:
         {"radius", property<&Circle::radius>, "number\tFrom the middle to the rim."},
         {"area", property<&Circle::getArea>, "number\tWhat it covers."},
     };
-
-    double radius = 1;
 };
 
 class Square : public Bound<Square, Shape>
 {
 public:
     Square() : Bound("Square") {}
+
+    double side = 1;
 
     void start(double itsSide) { side = itsSide; }
     double getArea() const { return side * side; }
@@ -102,8 +105,6 @@ public:
         {"side", property<&Square::side>, "number\tThe length of a side."},
         {"area", property<&Square::getArea>, "number\tWhat it covers."},
     };
-
-    double side = 1;
 };
 
 // Serves one property of a scene through two functions of a script.

@@ -2,6 +2,8 @@
 // Values on their way from the application to a script, and back.
 #include <limits>
 
+#include <tavrin/RegExp.h>
+
 #include "engine/ScriptTest.h"
 
 namespace Tavrin::test {
@@ -224,11 +226,16 @@ TEST_F(EngineValue, AGetterThatThrowsWhileAnArrayIsReadIsAnError)
         "54: Uncaught JavaScript exception: no");
 }
 
-TEST_F(EngineValue, RegularExpressionsAreTagged)
+TEST_F(EngineValue, RegularExpressionsGoBothWays)
 {
-    const Variant value = run("/a+/");
-    ASSERT_EQ(value.getType(), kObject);
-    EXPECT_EQ(utf8(value.toString()), "/a+/");
+    EXPECT_EQ(seen(RegExp("a+", RegExp::ignoreCase), "String(value) + value.test('xAAx')"),
+              "/a+/itrue");
+    const Variant value = run("/a+b/im");
+    EXPECT_EQ(value.getDataType(), kRegExp);
+    ASSERT_NE(value.getRegExp(), nullptr);
+    EXPECT_EQ(value.getRegExp()->getPattern(), "a+b");
+    EXPECT_EQ(value.getRegExp()->getFlags(), RegExp::ignoreCase | RegExp::multiLine);
+    EXPECT_EQ(seen(value, "String(value)"), "/a+b/im");
 }
 
 } // namespace
