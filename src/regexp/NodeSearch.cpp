@@ -70,6 +70,9 @@ private:
     bool passFollowing(int &atom);
     bool tryChoices(int &atom);
     bool retryChoice(Choice &choice);
+    void dropChoice();
+    bool failsWhatever() const;
+    bool failsWhatever(const Node &branch) const;
 
     bool matchAtom(int atom);
     Step enter(int &at);
@@ -109,6 +112,8 @@ private:
     Capture *captures;
     Budget &budget;
     int position = 0;
+    int failedAt = none;    // the atom that failed last in a match
+    bool metChoice = false; // whether that match has come to a choice
     Growing<QuantifierState, 8> quantifiers;
     Growing<int, 8> branches; // by alternative: the present branch, none past the last
     Growing<Frame, 16> frames;
@@ -181,8 +186,11 @@ bool NodeSearch<Budget>::passFollowing(int &atom)
                     CycleWatch(watchMemory, stateWords.data(), stateWords.size());
             }
         }
-        if (!matchAtom(atom))
+        if (!matchAtom(atom)) {
+            if (next.isBacktrackable && failsWhatever())
+                dropChoice();
             return false;
+        }
         atom = next.next;
     }
     return true;
@@ -203,12 +211,35 @@ bool NodeSearch<Budget>::tryChoices(int &atom)
         }
         if (budget.isSpent())
             return false;
-        reset(node(choice.atom));
-        if (isWatched(node(choice.atom)))
-            choice.watch.end(watchMemory);
-        choices.pop();
+        dropChoice();
     }
     return false;
+}
+
+// Gives the last choice up, which is exhausted.
+template <class Budget>
+void NodeSearch<Budget>::dropChoice()
+{
+    const Choice &choice = choices.last();
+    reset(node(choice.atom));
+    if (isWatched(node(choice.atom)))
+        choice.watch.end(watchMemory);
+    choices.pop();
+}
+
+// Whether the last match failed before it came to a choice: then it fails for all of them, and
+// going through them, by the rules, would change captures only.
+template <class Budget>
+bool NodeSearch<Budget>::failsWhatever() const
+{
+    return !metChoice && program.captureCount == 1;
+}
+
+// The same for a branch of an alternative that no quantifier repeats.
+template <class Budget>
+bool NodeSearch<Budget>::failsWhatever(const Node &branch) const
+{
+    return program.captureCount == 1 && node(branch.parent).isOpen && failedAt < branch.firstChoice;
 }
 
 // D-323: choices that come back to where they were are exhausted.
@@ -280,8 +311,10 @@ template <class Budget>
 bool NodeSearch<Budget>::matchAtom(int atom)
 {
     int at = atom;
+    metChoice = false;
     for (;;) {
         if (!budget.spend()) {
+            metChoice = true;
             frames.cut(0);
             savedCaptures.cut(0);
             return false;
@@ -296,6 +329,7 @@ bool NodeSearch<Budget>::matchAtom(int atom)
                 at = done.next;
                 break;
             }
+            failedAt = at;
             at = done.parent;
             step = leave(at, matched);
         }
@@ -374,6 +408,7 @@ typename NodeSearch<Budget>::Step NodeSearch<Budget>::enterQuantifier(int &at)
     if (quantifier.clearsFrom != none)
         clearCaptures(quantifier.clearsFrom);
     state.isSettled = false;
+    metChoice |= quantifier.minimum < quantifier.maximum;
     if (quantifier.isRun)
         return matchRun(quantifier);
     frames.push({position, 0, none});
@@ -483,6 +518,7 @@ typename NodeSearch<Budget>::Step NodeSearch<Budget>::enterAlternative(int &at)
 {
     const Node &alternative = node(at);
     const int branch = branches[alternative.index];
+    metChoice = true;
     if (branch == none) // D-330: past the last branch it matches nothing, and succeeds
         return Step::succeed;
     frames.push({position, 0, none});
@@ -501,7 +537,7 @@ typename NodeSearch<Budget>::Step NodeSearch<Budget>::leaveBranch(int &at, bool 
         popFrame();
         return Step::succeed;
     }
-    if (!branch.isBacktrackable) {
+    if (!branch.isBacktrackable || failsWhatever(branch)) {
         branches[alternative.index] = branch.next;
         if (branch.next != none) { // D-331: with the captures that the failed branch has set
             position = frames.last().start;

@@ -142,6 +142,8 @@ void PatternCompiler::adopt(int parent, Chain chain)
     for (int atom = chain.first; atom != none; atom = nodeAt(atom).next) {
         Node &child = nodeAt(atom);
         child.parent = parent;
+        if (child.isBacktrackable && container.firstChoice == none)
+            container.firstChoice = atom;
         container.isBacktrackable |= child.isBacktrackable;
         container.mayRecur |= child.mayRecur;
         container.writesFrom = std::min(container.writesFrom, child.writesFrom);
@@ -587,8 +589,12 @@ void PatternCompiler::finish()
 {
     program.first = current().chain.first;
     program.captureCount = reader.groupsOpened + 1;
-    for (int index = 0; index < program.nodes.size(); ++index) {
+    for (int index = program.nodes.size() - 1; index >= 0; --index) {
         Node &node = nodeAt(index);
+        // A group or quantifier comes behind its children.
+        node.isOpen = node.parent == none ||
+                      (nodeAt(node.parent).kind == NodeKind::group &&
+                       nodeAt(node.parent).group <= GroupKind::plain && nodeAt(node.parent).isOpen);
         if (node.kind == NodeKind::set)
             program.sets[node.index].ranges = program.ranges.data() + node.offset;
         if (node.writesFrom >= program.captureCount)

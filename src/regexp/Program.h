@@ -57,6 +57,8 @@ struct Node
     bool isBacktrackable = false;
     // A quantifier over one atom that takes exactly one unit.
     bool isRun = false;
+    // Whether a retry comes to it from the top level through nothing but groups.
+    bool isOpen = false;
     // Whether its choices may come back to where they were: see CycleWatch.
     bool mayRecur = false;
 
@@ -65,6 +67,7 @@ struct Node
     int parent = none; // a branch, for an atom of an alternative
     int first = none;  // of the children; of a branch, its atoms
     int last = none;
+    int firstChoice = none; // of the children, the first that holds choices
 
     // A quantifier's or alternative's id; a group's or a back reference's capture; a set's number;
     // a branch's bit in the masks.

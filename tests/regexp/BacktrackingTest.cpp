@@ -91,5 +91,15 @@ TEST_F(BacktrackingTest, QuantifiedGroupsGiveRoundsBackBeforeTheirChildren)
     EXPECT_EQ(found(u"(?:a{1,2})*a", u"aaaa"), "0-3");
 }
 
+TEST_F(BacktrackingTest, ChoicesBehindAPrefixThatFailsCostNothing)
+{
+    std::u16string choices;
+    for (int time = 0; time < 60; ++time)
+        choices += u"a*";
+    EXPECT_EQ(found(u"x" + choices + u"(?:y" + choices + u"|z)", u"aaaxaz"), "3-6");
+    EXPECT_EQ(found(u"(?:x" + choices + u"(?=b)|y)", u"aaay"), "3-4");
+    EXPECT_EQ(found(u"(?:x(?=a)" + choices + u"b)", u"aaayxaab"), "4-8");
+}
+
 } // namespace
 } // namespace Tavrin::test
