@@ -82,9 +82,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (result == kMatchStopped || other == kMatchStopped)
         return 0;
     fuzz::require(result == other, "both searches find the same");
-    for (int index = 0; index < expression.getCaptureLength(); ++index)
-        fuzz::require(captures[index].start == others[index].start &&
-                          (!captures[index].isSet() || captures[index].end == others[index].end),
+    const Capture *ours = captures.get();
+    const Capture *theirs = others.get();
+    for (int left = expression.getCaptureLength(); left > 0; --left, ++ours, ++theirs)
+        fuzz::require(ours->start == theirs->start && (!ours->isSet() || ours->end == theirs->end),
                       "at the same place");
     return 0;
 }
