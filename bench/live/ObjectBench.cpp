@@ -346,10 +346,11 @@ void addGObject(const std::string &suffix, int count)
     });
 }
 
-// Dynamic properties: one that is used again and again, and all of them in turn.
-void addDynamic(const char *name, const char *who, int count, bool isByID)
+// Dynamic properties: one that is used again and again, and all of them in turn. `size` is for the
+// report.
+void addDynamic(const char *name, const char *who, int size, int count, bool isByID)
 {
-    add(name, who, static_cast<std::size_t>(count), [=](benchmark::State &state) {
+    add(name, who, static_cast<std::size_t>(size), [=](benchmark::State &state) {
         const Session session;
         const auto object =
             InterfacePtr<Tavrin::LiveObject>::adopt(new Tavrin::LiveObject("Object", true));
@@ -479,12 +480,12 @@ int main(int count, char **arguments)
     addClass<Host20, BoundHost20, VirtualHost20, Objects20>(20);
     addClass<Host500, BoundHost500, VirtualHost500, Objects500>(500);
     addClass<Host5000, BoundHost5000, VirtualHost5000, Objects5000>(5000);
-    addDynamic("dynamic-property", "tavrin", 1, false);
-    addDynamic("dynamic-property", "tavrin", 1000, false);
+    addDynamic("dynamic-property", "tavrin", 1, 1, false);
+    addDynamic("dynamic-property", "tavrin", 1000, 1000, false);
     addDynamicQt(1);
     addDynamicQt(1000);
-    addDynamic("dynamic-growth", "tavrin", 1000, true);
-    addDynamic("dynamic-growth", "alone", 1, true);
+    addDynamic("dynamic-growth", "tavrin", 1000, 1000, true);
+    addDynamic("dynamic-growth", "alone", 1000, 1, true);
     for (const int listeners : {1, 10, 1000})
         addBroadcast(listeners);
     addElements(100);

@@ -96,6 +96,8 @@ public:
         using Write = detail::BoundShape<decltype(set)>;
         static_assert(Read::isReadable, "reading takes a field or a const function of nothing");
         detail::PropertyBinding<typename Read::Value> binding;
+        binding.isReadable = true;
+        binding.isWritable = Write::isSetter || Read::isWritable;
         binding.read = &Read::template read<Host, get>;
         if constexpr (Write::isSetter) {
             binding.write = &Write::write;
@@ -111,7 +113,7 @@ public:
     template <auto get>
     static constexpr auto readOnly = [] {
         auto binding = property<get>;
-        binding.write = nullptr;
+        binding.isWritable = false;
         return binding;
     }();
     // A function. Behind its other parameters it may take a const BasicArray &, which is all of the
@@ -121,6 +123,7 @@ public:
         using Shape = detail::BoundShape<decltype(function)>;
         static_assert(Shape::isCallable, "only a function can be called");
         detail::MethodBinding<typename Shape::List> binding;
+        binding.isCallable = true;
         binding.run = &Shape::run;
         binding.invoke = &Shape::template step<Host, function>;
         return binding;
@@ -190,7 +193,7 @@ template <class Host, class Base>
 int Bound<Host, Base>::get(int id, Variant &out, Error *error) const
 {
     const Member *member = Table::find(id);
-    if (member == nullptr || member->binding.read == nullptr || !this->isValid()) [[unlikely]]
+    if (member == nullptr || !member->binding.isReadable || !this->isValid()) [[unlikely]]
         return Base::get(id, out, error);
     return detail::guardBound(error, [&] {
         const int code = member->binding.read(*this, out);
@@ -205,9 +208,9 @@ template <class Host, class Base>
 int Bound<Host, Base>::put(int id, const Variant &value, Error *error)
 {
     const Member *member = Table::find(id);
-    if (member == nullptr || member->binding.read == nullptr || !this->isValid()) [[unlikely]]
+    if (member == nullptr || !member->binding.isReadable || !this->isValid()) [[unlikely]]
         return Base::put(id, value, error);
-    if (member->binding.write == nullptr)
+    if (!member->binding.isWritable)
         return this->setError(detail::bindReadOnly, id, error, false);
     return detail::guardBound(error, [&] {
         detail::BoundReport report = {error};
@@ -238,7 +241,7 @@ template <class Host, class Base>
 int Bound<Host, Base>::call(int id, const Array &args, Variant &result, Error *error)
 {
     const Member *member = Table::find(id);
-    if (member != nullptr && member->binding.run != nullptr && this->isValid()) [[likely]] {
+    if (member != nullptr && member->binding.isCallable && this->isValid()) [[likely]] {
         result.erase();
         return run(*member, id, args, result, error);
     }
@@ -259,7 +262,7 @@ int Bound<Host, Base>::apply(LiveObject &thisObject, int id, const Array &args, 
                              Error *error) const
 {
     const Member *member = Table::find(id);
-    if (member == nullptr || member->binding.run == nullptr || !this->isValid())
+    if (member == nullptr || !member->binding.isCallable || !this->isValid())
         return Base::apply(thisObject, id, args, result, error);
     result.erase();
     if (auto *host = dynamic_cast<Host *>(&thisObject))
@@ -295,7 +298,7 @@ int Bound<Host, Base>::copyMembers(Host &target) const
 {
     return detail::guardBound(nullptr, [&] {
         for (const Member &member : Host::members) {
-            if (member.binding.write == nullptr)
+            if (!member.binding.isWritable)
                 continue;
             Variant value;
             detail::BoundReport report = {nullptr};

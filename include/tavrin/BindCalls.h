@@ -38,18 +38,24 @@ struct Binding
     unsigned defaultCount = 0; // of the last parameters
     std::array<BoundDefault, mostDefaults> defaults = {};
 
+    // Told apart from the pointers, which not every compiler compares in constants.
+    bool isReadable = false;
+    bool isWritable = false;
+    bool isCallable = false;
+
     constexpr int getType() const noexcept
     {
-        if (read == nullptr)
+        if (!isReadable)
             return kInfoMethod;
-        if (write == nullptr)
-            return run != nullptr ? kInfoReadOnlyMethod : kInfoReadOnly;
-        return run != nullptr ? kInfoReadWriteMethod : kInfoReadWrite;
+        if (!isWritable)
+            return isCallable ? kInfoReadOnlyMethod : kInfoReadOnly;
+        return isCallable ? kInfoReadWriteMethod : kInfoReadWrite;
     }
     // A property that can also be called.
     constexpr Binding operator|(const Binding &method) const noexcept
     {
         Binding both = *this;
+        both.isCallable = true;
         both.run = method.run;
         both.invoke = method.invoke;
         both.defaultCount = method.defaultCount;

@@ -127,7 +127,7 @@ inline int reportBoundException(Error *error, int code, const char *what)
 // The code of an operation of the host, which may throw. What is no exception of C++ is let
 // through: it ends the thread.
 template <class Operation>
-int guardBound(Error *error, Operation operation)
+[[gnu::always_inline]] inline int guardBound(Error *error, Operation operation)
 {
     try {
         return operation();
