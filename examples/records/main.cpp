@@ -225,7 +225,7 @@ private:
         int end = 0;
         while (end < rest.length() && UnicodeUtils::iswalpha(rest[end]))
             ++end;
-        const String result = rest.substr(0, end);
+        String result = rest.substr(0, end);
         rest.erase(0, end);
         rest.strip();
         return result;
