@@ -96,7 +96,8 @@ public:
     const LivePropertyManager *getPropertyManager() const { return propertyManager; }
     void setPropertyManager(const LivePropertyManager *manager) { propertyManager = manager; }
 
-    // A new id, for properties that are made at run time: from firstGivenID on, one after the other.
+    // A new id, for properties that are made at run time: from firstGivenID on, one after the
+    // other.
     static int getNextID();
 
     // Replaces `out` by how an error names the property or index. D-241: of an index it shows
