@@ -410,7 +410,7 @@ int EngineData::evaluate(const String &text, const String &file, Variant &result
     return runProtected(onEvaluate, &evaluation, &result, error);
 }
 
-// The registry of classes cannot be listed, so the names in the text are tried.
+// D-362: the registry of classes cannot be listed, so the names in the text are tried.
 void EngineData::defineClassesIn(const String &text)
 {
     Tavrin::HashTable tried;

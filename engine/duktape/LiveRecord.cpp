@@ -271,6 +271,7 @@ Reply LiveRecord::readElement(unsigned int index)
     return engine.replyWith(value);
 }
 
+// D-360: what can also be called reads as its value, because nothing tells whether a call follows.
 Reply LiveRecord::readProperty(const Name &name)
 {
     Entry *entry = nullptr;

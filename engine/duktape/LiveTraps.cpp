@@ -103,6 +103,7 @@ void pushKey(duk_context *ctx, duk_uarridx_t at)
     duk_put_prop_index(ctx, -2, at);
 }
 
+// D-361: the indexes come first, as for arrays, and then what the object enumerates.
 void pushKeys(duk_context *ctx, LiveRecord &record, unsigned count)
 {
     duk_push_array(ctx);

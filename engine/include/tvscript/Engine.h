@@ -35,10 +35,10 @@ class EngineData;
 //       report(error);
 //
 // A script sees the properties, methods and elements of a live object as those of an object of its
-// own, and constructs the classes of LiveObject::addFactory with `new`. The same live object is the
-// same object to it each time. Arrays are copied, points and rectangles are objects of the classes
-// Point and Rect, functions and other objects of a script arrive as kObject and stay alive as long
-// as a value holds them.
+// own (D-360, D-361), and constructs the classes of LiveObject::addFactory with `new`. The same
+// live object is the same object to it each time. Arrays are copied, points and rectangles are
+// objects of the classes Point and Rect, functions and other objects of a script arrive as kObject
+// and stay alive as long as a value holds them.
 // Owns:    the objects of its scripts, and one reference to each live object that they can reach.
 //          Values that outlive it hold invalid objects.
 // Threads: belongs to the thread that made it: another one is refused with 32. Several may live
@@ -46,8 +46,8 @@ class EngineData;
 // Failure: codes of errors, 0 for success; what an Error * receives, which may be null: the message
 //          with file, source text and line. What a script throws gives the code that is its
 //          property `number`, else 8 for a syntax error, 27 for endless recursion, -28 for memory,
-//          54 for anything else; the record holds the thrown value as its data. Error codes of the
-//          application's objects are exceptions to the script, with the properties `message`,
+//          54 for anything else; the record holds a thrown value that is no Error. Error codes of
+//          the application's objects are exceptions to the script, with the properties `message`,
 //          `number`, `fileName` and `line`. Nothing throws but the constructor: std::bad_alloc.
 class TAVRIN_ENGINE_API Engine
 {
@@ -84,8 +84,8 @@ public:
     int setFunction(const Tavrin::String &name, Function function, Tavrin::Error *error = nullptr);
 
     // Makes a class of LiveObject::addFactory a global constructor. That happens by itself for each
-    // class that a text names when it is evaluated; this is for names that a script puts together.
-    // 22 if there is no such class.
+    // class that a text names (D-362) when it is evaluated; this is for names that a script puts
+    // together. 22 if there is no such class.
     int addClass(const Tavrin::String &name, Tavrin::Error *error = nullptr);
 
     // Replaces `names` by the names of all properties and methods of an object, as a prompt offers
