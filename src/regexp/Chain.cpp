@@ -182,7 +182,8 @@ bool ChainPlanner::addRun(const Node &quantifier, int index)
 
 bool ChainPlanner::addChoice(const Node &alternative, int index)
 {
-    if (alternative.first == none)
+    // D-330: with something behind it that is retried first, it may be passed without work.
+    if (alternative.first == none || !alternative.isOpen)
         return false;
     for (int branch = alternative.first; branch != none; branch = node(branch).next) {
         const Node &atom = node(node(branch).first);

@@ -593,7 +593,7 @@ void PatternCompiler::finish()
         Node &node = nodeAt(index);
         // A group or quantifier comes behind its children.
         node.isOpen = node.parent == none ||
-                      (nodeAt(node.parent).kind == NodeKind::group &&
+                      (node.next == none && nodeAt(node.parent).kind == NodeKind::group &&
                        nodeAt(node.parent).group <= GroupKind::plain && nodeAt(node.parent).isOpen);
         if (node.kind == NodeKind::set)
             program.sets[node.index].ranges = program.ranges.data() + node.offset;

@@ -57,7 +57,8 @@ struct Node
     bool isBacktrackable = false;
     // A quantifier over one atom that takes exactly one unit.
     bool isRun = false;
-    // Whether a retry comes to it from the top level through nothing but groups.
+    // Whether a retry comes to it from the top level through nothing but groups, and before it to
+    // nothing else.
     bool isOpen = false;
     // Whether its choices may come back to where they were: see CycleWatch.
     bool mayRecur = false;

@@ -24,6 +24,12 @@ TEST_F(BacktrackingTest, AnAlternativeThatRanOutOfBranchesIsPassedWithoutWork)
     EXPECT_EQ(found(u"(?:a|b)*bx", u"abx"), "1-3");
     EXPECT_EQ(found(u"(?:[ab])*bx", u"abx"), "0-3");
     EXPECT_EQ(found(u"(?:a|b)*bx", u"bx"), "0-2");
+    // A choice behind it is retried first, and so the alternative is matched once more.
+    EXPECT_EQ(found(u"((|a)c*)", u""), "0-0 0-0 0-0");
+    EXPECT_EQ(found(u"(?:(?:a|b)c*)", u"x"), "0-0");
+    EXPECT_EQ(found(u"(?:(?:xa*|y)c*)d", u"d"), "0-1");
+    EXPECT_EQ(found(u"(?:(?:y|xa*)c*)d", u"d"), "no");
+    EXPECT_EQ(found(u"(?:(?:a|b))c", u"xc"), "no");
 }
 
 TEST_F(BacktrackingTest, AlternativesBeginWithTheirFirstBranchInEveryRound)
