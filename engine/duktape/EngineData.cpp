@@ -9,6 +9,7 @@
 
 #include <tavrin/Array.h>
 #include <tavrin/LiveObject.h>
+#include <tavrin/RegExp.h>
 
 #include "duktape/Classes.h"
 #include "duktape/Failures.h"
@@ -336,7 +337,11 @@ Reply EngineData::replyWith(Variant &value) noexcept
         break;
     }
     Variant &slot = takeSlot();
-    slot = std::move(value);
+    if (const Tavrin::RegExp *expression = value.getRegExp();
+        expression != nullptr && value.getType() == Tavrin::kRegExp)
+        slot.setRegExp(*expression); // assignment would leave it behind
+    else
+        slot = std::move(value);
     return Reply(&slot);
 }
 

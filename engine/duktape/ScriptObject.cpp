@@ -6,7 +6,6 @@
 
 #include <tavrin/Array.h>
 #include <tavrin/Error.h>
-#include <tavrin/RegExp.h>
 
 #include "duktape/Classes.h"
 #include "duktape/Failures.h"
@@ -126,7 +125,7 @@ bool boxExpression(EngineData &engine, duk_context *ctx, ScriptObject &object, i
     const Reply reply = engine.steady([&] {
         Variant pattern;
         readPlain(engine, ctx, -1, pattern);
-        object.setBoxed(Variant(Tavrin::RegExp(pattern.getString(), flags)));
+        object.setBoxed(Tavrin::RegExp(pattern.getString(), flags));
         return Reply();
     });
     return !reply.isFailure();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <tavrin/RegExp.h>
 #include <tavrin/Variant.h>
 #include <tvscript/Object.h>
 
@@ -24,7 +25,7 @@ public:
     EngineData *getData() const { return engine; }
     bool isRooted() const { return rooted; }
     void setRoot(unsigned int slot) { root = slot, rooted = true; }
-    void setBoxed(const Tavrin::Variant &value) { boxed = value; }
+    void setBoxed(const Tavrin::RegExp &expression) { boxed.setRegExp(expression); }
     // The engine ends.
     static void detachAll(EngineData &engine) noexcept;
 

@@ -44,7 +44,7 @@ void underFailure(int expected, Operation operation)
     Scene scene;
     int shortages = 0;
     for (const std::int64_t count : {std::int64_t{2}, TestAllocator::forever / 2}) {
-        for (std::int64_t request = 1; request < 5000; request += request < 4 ? 1 : 13) {
+        for (std::int64_t request = 1; request < 5000; request += request < 3 ? 1 : 61) {
             allocator.failRequests(request, count);
             const int code = operation(scene);
             const bool isThrough = allocator.refusals() == 0;
