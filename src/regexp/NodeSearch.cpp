@@ -537,6 +537,7 @@ typename NodeSearch<Budget>::Step NodeSearch<Budget>::leaveBranch(int &at, bool 
         popFrame();
         return Step::succeed;
     }
+    // D-343: a branch with choices goes through all of them before the next one.
     if (!branch.isBacktrackable || failsWhatever(branch)) {
         branches[alternative.index] = branch.next;
         if (branch.next != none) { // D-331: with the captures that the failed branch has set

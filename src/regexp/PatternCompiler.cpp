@@ -341,7 +341,8 @@ bool PatternCompiler::readCount(Token &token, int &count, bool &hasDigits)
     return true;
 }
 
-// D-308: what is no complete count is text, all that was read of it, as one atom.
+// D-342: a count may follow a quantifier. D-308: what is no complete count is text, all that was
+// read of it, as one atom.
 void PatternCompiler::compileCount()
 {
     const int brace = reader.getPosition() - 1;
@@ -576,6 +577,7 @@ bool PatternCompiler::compile()
     }
     while (!reader.isAtEnd())
         compileToken(reader.next());
+    // D-340: a reference to a group that is missing is an error.
     if (reader.hasError() || open.size() > 1 || reader.getHighestReference() > reader.groupsOpened)
         return false;
     if (current().alternative != none)
@@ -600,7 +602,7 @@ void PatternCompiler::finish()
         if (node.writesFrom >= program.captureCount)
             node.writesFrom = unbounded;
     }
-    if (program.ignoresCase)
+    if (program.ignoresCase) // D-344: by the lower-case forms
         std::transform(program.units.data(), program.units.data() + program.units.size(),
                        program.units.data(), toLowerUnit);
     planChain(program);

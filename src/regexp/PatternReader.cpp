@@ -140,6 +140,7 @@ Token PatternReader::scanZero()
     return static_cast<Token>(value) | escapedFlag;
 }
 
+// D-341: a letter of ASCII, within a class, too.
 Token PatternReader::scanControl()
 {
     const unsigned short unit = hasRawText() ? pattern.units[position++] : ' ';

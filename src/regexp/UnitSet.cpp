@@ -14,7 +14,8 @@ namespace {
 
 constexpr SetRange digits[] = {{'0', '9'}};
 constexpr SetRange wordUnits[] = {{'0', '9'}, {'A', 'Z'}, {'_', '_'}, {'a', 'z'}};
-// D-301: white space begins with the backspace, 8.
+// D-301: white space begins with the backspace, 8. D-345: and is neither the list of today's
+// scripts nor the property of Unicode.
 constexpr SetRange whiteSpace[] = {{8, 13},      {32, 32},      {160, 160},   {5760, 5760},
                                    {6158, 6158}, {8192, 8202},  {8232, 8233}, {8239, 8239},
                                    {8287, 8287}, {12288, 12288}};

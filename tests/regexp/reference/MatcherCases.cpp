@@ -120,6 +120,14 @@ constexpr Case rows[] = {
     {"BranchWithAChoiceIsRetriedBeforeTheNext", u"(?:a*ab|a)$", u"aab", "0-3"},
     {"NestedAlternatives", u"^(?:(?:a|b)c|d)$", u"bc", "0-2"},
 
+    {"LastBranchWithAChoiceIsNotPassed", u"(?(?(?a)|cc+)1*)){0}", u"", "none"},
+
+    // Every position is a candidate
+    {"CandidateBehindAnEmptyRun", u"c*b{2}", u"bcbb", "1-4"},
+    {"CandidateBehindAnEmptyRunAndAChoice", u"b*c?a", u"cba", "1-3"},
+    {"CandidateBehindAnEmptyGroup", u"(n*).a+", u"bba", "1-3 1-1"},
+    {"CandidateBehindARunOfASet", u"[a-z]+\\s?o", u"e\nfo", "2-4"},
+
     // Lookahead
     {"Ahead", u"a(?=b)", u"acab", "2-3"},
     {"AheadConsumesNothing", u"(?=ab)a", u"ab", "0-1"},
