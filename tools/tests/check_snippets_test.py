@@ -14,6 +14,10 @@ SOUND = {
     "docs/guide.md": "```cpp\nstruct Mine : Tavrin::Heap {};\n```\n\n"
                      "```cpp body\n#include <vector>\nstd::vector<Heap> heaps;\n"
                      "heaps[0].blocks = 1;\n```\n\n```sh\nnot C++\n```\n",
+    "engine/include/tvscript/Engine.h": "struct Engine {};\n",
+    "examples/hello/CMakeLists.txt": "# SPDX-License-Identifier: MIT\nproject(Hello)\n",
+    "docs/more/engine.md": "```cpp\n#include <tvscript/Engine.h>\nEngine engine;\n```\n\n"
+                           "```cmake examples/hello/CMakeLists.txt\nproject(Hello)\n```\n",
 }
 
 
@@ -30,7 +34,7 @@ class CheckSnippets(unittest.TestCase):
     def test_sound_pages_pass(self):
         status, output = self.check({})
         self.assertEqual(status, 0, output)
-        self.assertIn("3 blocks, 0 problems", output)
+        self.assertIn("5 blocks, 0 problems", output)
 
     def test_block_that_does_not_compile_is_reported_with_its_line(self):
         self.expect_problem("docs/guide.md", "text\n\n```cpp body\nHeap heap(1, 2);\n```\n",
@@ -45,11 +49,16 @@ class CheckSnippets(unittest.TestCase):
         self.expect_problem("examples/hello/main.cpp", "int main() {}\n",
                             "README.md:3: differs from examples/hello/main.cpp")
 
+    def test_block_of_another_language_that_differs_from_its_file_is_reported(self):
+        self.expect_problem("examples/hello/CMakeLists.txt", "project(Other)\n",
+                            "docs/more/engine.md:6: differs from examples/hello/CMakeLists.txt")
+
     def test_block_of_a_missing_file_is_reported(self):
         self.expect_problem("docs/guide.md", "```cpp examples/gone.cpp\n```\n", "no such file")
 
     def test_pages_without_blocks_are_no_success(self):
-        status, _ = self.check({"README.md": "\n", "docs/guide.md": "\n"})
+        status, _ = self.check({"README.md": "\n", "docs/guide.md": "\n",
+                                "docs/more/engine.md": "\n"})
         self.assertEqual(status, 1)
 
 
