@@ -86,8 +86,10 @@ int run(const String &script, const char *file)
 int main(int argc, char **argv)
 {
     std::ifstream file(argc == 2 ? argv[1] : "", std::ios::binary);
-    if (!file)
+    if (!file) {
+        std::fputs("usage: reminders script.js\n", stderr);
         return 2;
+    }
     const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     InitTerm::init();
     String script;
