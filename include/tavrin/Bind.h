@@ -273,11 +273,11 @@ int Bound<Host, Base>::apply(LiveObject &thisObject, int id, const Array &args, 
 template <class Host, class Base>
 int Bound<Host, Base>::initialize(const Array &args, Error *error)
 {
-    if constexpr (Table::constructor == nullptr) {
+    if constexpr (Table::constructor < 0) {
         return Base::initialize(args, error);
     } else {
         Variant unused;
-        return run(*Table::constructor, constructorID, args, unused, error);
+        return run(Host::members[Table::constructor], constructorID, args, unused, error);
     }
 }
 

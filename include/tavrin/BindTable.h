@@ -121,12 +121,16 @@ public:
         return all;
     }();
 
-    // The row with an empty name, or null.
-    static constexpr const Member *constructor = [] {
-        const Member *found = nullptr;
-        for (const Member &member : Host::members)
+    // The place of the row with an empty name, or -1. An address would do, but builds that check
+    // for null pointers do not compare those in constants.
+    static constexpr int constructor = [] {
+        int found = -1;
+        int at = 0;
+        for (const Member &member : Host::members) {
             if (*member.name == 0)
-                found = &member;
+                found = at;
+            ++at;
+        }
         return found;
     }();
 };
