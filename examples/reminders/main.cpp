@@ -48,8 +48,10 @@ int report(const Error &error)
     return 1;
 }
 
-int run(const String &script, const char *file)
+int run(const std::string &bytes, const char *file)
 {
+    String script;
+    script.decode(bytes.data(), static_cast<int>(bytes.size()), &Encoder::getUtf8());
     Reminder::addFactory(kDefaultLanguage); // scripts may say `new Reminder`
     const auto lunch = InterfacePtr<Reminder>::adopt(new Reminder);
     lunch->title = "Lunch";
@@ -92,9 +94,7 @@ int main(int argc, char **argv)
     }
     const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     InitTerm::init();
-    String script;
-    script.decode(bytes.data(), static_cast<int>(bytes.size()), &Encoder::getUtf8());
-    const int code = run(script, argv[1]);
+    const int code = run(bytes, argv[1]); // what the library made is gone before the exit
     InitTerm::exit();
     return code;
 }
