@@ -117,7 +117,7 @@ public:
     // `length` missing elements.
     explicit Array(unsigned int length);
     Array(const Array &other) : BasicArray(), data(newReference(other.data)) {}
-    Array(Array &&other) noexcept : BasicArray(), data(std::exchange(other.data, emptyRecord())) {}
+    Array(Array &&other) noexcept : data(std::exchange(other.data, emptyRecord())) {}
     ~Array() override;
 
     Array &operator=(const Array &other);

@@ -42,10 +42,10 @@ struct VariantAccess;
 // The slots of a Variant that most values leave at zero.
 struct VariantSlots
 {
-    TvScript::Object *jsObject;
+    TvScript::Object *jsObject = nullptr;
     // A String, once there has been one: the value of a string, the class name of an unassigned
     // object, else the last text. Zero bytes mean that there is none.
-    alignas(String) mutable std::byte textStorage[sizeof(String)];
+    alignas(String) mutable std::byte textStorage[sizeof(String)] = {};
 
     // In one store of 16 bytes.
     void clear() noexcept { std::memset(this, 0, sizeof *this); }
@@ -86,7 +86,7 @@ enum VariantType : unsigned short
 class TAVRIN_API Variant : detail::VariantSlots
 {
 public:
-    constexpr Variant() noexcept : detail::VariantSlots{} {}
+    constexpr Variant() noexcept = default;
     Variant(bool flag) noexcept : Variant(kBoolean, 0) { value.bits = flag; }
     Variant(int number) noexcept : Variant(kNumber, NUM_INTEGER) { value.number = number; }
     Variant(double number) noexcept : Variant(kNumber, 0) { value.number = number; }
