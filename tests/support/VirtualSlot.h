@@ -10,8 +10,8 @@ namespace Tavrin::test {
 // order is a contract with hosts that were compiled earlier. A virtual destructor takes two places.
 //
 // Itanium C++ ABI, 2.3: a pointer to a virtual member function holds 1 plus the offset in the
-// table.
-#if defined(__x86_64__) && !defined(_WIN32)
+// table. Compilers of that ABI define __GXX_ABI_VERSION; some processors have a form of their own.
+#if defined(__GXX_ABI_VERSION) && defined(__x86_64__)
 #define TAVRIN_HAS_VIRTUAL_SLOTS 1
 template <class MemberFunction>
 std::size_t virtualSlot(MemberFunction function)

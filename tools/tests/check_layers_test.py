@@ -7,7 +7,7 @@ import unittest
 from scratch_tree import ScratchTree
 
 SOUND = {
-    "include/tavrin/Export.h": "#pragma once\n#if defined(_WIN32)\n#endif\n",
+    "include/tavrin/Export.h": "#pragma once\n#if defined(__ELF__)\n#endif\n",
     "include/tavrin/Heap.h": "#include <cstddef>\n#include <tavrin/Export.h>\n",
     "include/tavrin/SimpleArray.h": "#include <tavrin/Heap.h>\n",
     "include/tavrin/String.h": "#include <tavrin/Heap.h>\n",
@@ -15,7 +15,8 @@ SOUND = {
     "include/tavrin/Encoder.h": "#include <tavrin/Heap.h>\n",
     "include/tavrin/Tavrin.h": "#include <tavrin/Array.h>\n#include <tavrin/Heap.h>\n",
     "src/platform/Threads.h": "unsigned currentThreadId();\n",
-    "src/platform/posix/Threads.cpp": '#include "platform/Threads.h"\n#include <unistd.h>\n',
+    "src/platform/posix/Threads.cpp": '#include "platform/Threads.h"\n#include <unistd.h>\n'
+                                      "#ifdef __linux__\n#endif\n",
     "src/runtime/Heap.cpp": '#include <tavrin/Heap.h>\n#include "platform/Threads.h"\n',
     "src/runtime/ExitHandlers.cpp": "#include <tavrin/SimpleArray.h>\n",
     "src/containers/SimpleArray.cpp": "#include <tavrin/SimpleArray.h>\n",
@@ -81,7 +82,22 @@ class CheckLayers(unittest.TestCase):
         self.expect_problem("src/platform/Threads.h", "#include <pthread.h>\n", "src/platform")
 
     def test_system_conditional_stays_in_platform(self):
-        self.expect_problem("src/text/String.cpp", "#ifdef __linux__\n#endif\n", "conditional")
+        for source in ("include/tavrin/Export.h", "src/text/String.cpp", "engine/Console.cpp",
+                       "tests/text/StringTest.cpp", "tests/support/Slot.h",
+                       "bench/text/StringBench.cpp", "fuzz/StringFuzz.cpp",
+                       "examples/hello/main.cpp"):
+            self.expect_problem(source, "#ifdef __linux__\n#endif\n", "conditional")
+
+    def test_every_form_of_a_system_conditional_counts(self):
+        for text in ("#if defined(_WIN32)\n#endif\n", "#ifndef __APPLE__\n#endif\n",
+                     "#if defined(A)\n#elif __unix__\n#endif\n", "# if _WIN64\n# endif\n",
+                     "#if defined(A) && \\\n    defined(__linux__)\n#endif\n",
+                     "#ifdef __FreeBSD__ // why\n#endif\n"):
+            self.expect_problem("src/text/String.cpp", text, "conditional")
+
+    def test_a_comment_may_name_a_system(self):
+        status, output = self.check(files={"src/text/String.cpp": "// as with __linux__\n"})
+        self.assertEqual(status, 0, output)
 
     def test_dependency_belongs_to_its_subsystem(self):
         status, output = self.check(files={"src/xml/Parser.cpp": "#include <expat.h>\n"})

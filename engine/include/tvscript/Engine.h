@@ -3,6 +3,7 @@
 
 #include <functional>
 
+#include <tavrin/Export.h>
 #include <tavrin/String.h>
 
 namespace Tavrin {
@@ -11,14 +12,10 @@ class Error;
 class Variant;
 } // namespace Tavrin
 
-#if defined(_WIN32)
 #if defined(TAVRIN_ENGINE_BUILDING)
-#define TAVRIN_ENGINE_API __declspec(dllexport)
+#define TAVRIN_ENGINE_API TAVRIN_EXPORT
 #else
-#define TAVRIN_ENGINE_API __declspec(dllimport)
-#endif
-#else
-#define TAVRIN_ENGINE_API __attribute__((visibility("default")))
+#define TAVRIN_ENGINE_API TAVRIN_IMPORT
 #endif
 
 namespace TvScript {
