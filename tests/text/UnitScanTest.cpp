@@ -134,23 +134,21 @@ void PrintTo(const NamedSet &set, std::ostream *out)
 class UnitScan : public testing::TestWithParam<NamedSet>
 {
 protected:
-    void SetUp() override
-    {
-        set = GetParam().routines();
-        if (set == nullptr)
-            GTEST_SKIP() << "not on this processor";
-    }
-
-    const UnitRoutines *set = nullptr;
+    const UnitRoutines *set = GetParam().routines();
     Runs first;
     Runs second;
 };
 
-INSTANTIATE_TEST_SUITE_P(Sets, UnitScan,
-                         testing::Values(NamedSet{"portable", portableRoutines},
-                                         NamedSet{"sse2", sse2Routines},
-                                         NamedSet{"avx2", avx2Routines},
-                                         NamedSet{"active", activeSet}),
+std::vector<NamedSet> setsOfThisProcessor()
+{
+    std::vector<NamedSet> sets = {{"portable", portableRoutines}, {"active", activeSet}};
+    for (const NamedSet &set : {NamedSet{"sse2", sse2Routines}, NamedSet{"avx2", avx2Routines}})
+        if (set.routines() != nullptr)
+            sets.push_back(set);
+    return sets;
+}
+
+INSTANTIATE_TEST_SUITE_P(Sets, UnitScan, testing::ValuesIn(setsOfThisProcessor()),
                          [](const auto &info) { return std::string(info.param.name); });
 
 TEST(UnitScanChoice, TakesTheBestSetOfThisProcessor)
