@@ -13,7 +13,7 @@
 #include <tavrin/Array.h>
 
 #include "containers/ArrayRecord.h"
-#include "containers/WorkStack.h"
+#include "containers/Growing.h"
 #include "values/VariantAccess.h"
 
 namespace Tavrin {
@@ -158,7 +158,7 @@ private:
                    detail::ArrayAccess::record(*rightArray));
     }
 
-    detail::WorkStack<Pair> pairs;
+    detail::Growing<Pair> pairs;
     RecordClasses classes;
     int pairCount = 0;
 };

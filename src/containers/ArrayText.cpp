@@ -10,7 +10,7 @@
 #include <tavrin/Array.h>
 
 #include "containers/ArrayRecord.h"
-#include "containers/WorkStack.h"
+#include "containers/Growing.h"
 // A door: the values of a literal are those of an object text, which has objects too.
 #include "live/ObjectText.h"
 #include "values/VariantAccess.h"
@@ -23,7 +23,7 @@ using detail::VariantAccess;
 namespace {
 
 constexpr unsigned mostElementsWritten = 1000;
-constexpr std::size_t searchedOneByOne = 16;
+constexpr int searchedOneByOne = 16;
 
 class ArrayWriter
 {
@@ -45,7 +45,7 @@ public:
         else
             open(&list, detail::emptyRecord(), list.length());
         while (!opened.isEmpty()) {
-            if (opened.top().index == opened.top().length)
+            if (opened.last().index == opened.last().length)
                 close();
             else
                 writeNext();
@@ -88,7 +88,7 @@ private:
 
     void writeNext()
     {
-        Opened &array = opened.top();
+        Opened &array = opened.last();
         if (array.index > 0)
             text += ',';
         const Variant *element = array.element();
@@ -109,7 +109,7 @@ private:
             return;
         }
         text += '[';
-        const std::size_t depth = opened.size();
+        const int depth = opened.size();
         open(nullptr, record, nested.length());
         if (opened.size() == depth)
             text += ']';
@@ -127,7 +127,7 @@ private:
 
     bool isOpen(const ArrayData *record)
     {
-        for (std::size_t at = 0; at < opened.size() && at < searchedOneByOne; ++at)
+        for (int at = 0; at < opened.size() && at < searchedOneByOne; ++at)
             if (opened[at].list == nullptr && opened[at].record == record)
                 return true;
         return deeplyOpened.hasKey(keyOf(record));
@@ -141,7 +141,7 @@ private:
 
     String &text;
     String elementText;
-    detail::WorkStack<Opened> opened;
+    detail::Growing<Opened> opened;
     SparseArray deeplyOpened;
 };
 

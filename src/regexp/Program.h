@@ -3,7 +3,7 @@
 
 #include <limits>
 
-#include "regexp/Growing.h"
+#include "containers/Growing.h"
 #include "regexp/UnitSet.h"
 
 // A compiled pattern: a tree of nodes in one list, linked by their indexes.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "regexp/Growing.h"
+#include "containers/Growing.h"
 
 namespace Tavrin::detail {
 

@@ -12,11 +12,12 @@
 
 namespace Tavrin::detail {
 
-// Growing: a list of plain items on Heap. The first items need no memory.
+// Growing: a list of plain items on Heap, of which the first ones need no memory. It is the stack
+// of a walk through nested data too, whose depth then is not bounded by the stack of the thread.
 // Owns:    its items.
 // Cost:    push amortised O(1); nothing is ever shrunk.
 // Failure: std::bad_alloc from whatever grows it, which then changes nothing.
-template <class T, std::size_t firstRoom>
+template <class T, std::size_t firstRoom = 16>
 class Growing
 {
     static_assert(std::is_trivially_copyable_v<T> && alignof(T) <= 8);
@@ -49,7 +50,7 @@ public:
             items[count++] = item;
         }
     }
-    void pop() { --count; }
+    T pop() { return items[--count]; }
     // So many more items, whose contents the caller writes; the index of the first.
     int extend(int more)
     {
