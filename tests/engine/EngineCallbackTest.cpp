@@ -20,6 +20,18 @@ Array arguments(std::initializer_list<Variant> values)
     return args;
 }
 
+// Calls the function of the script that `echo` receives.
+struct Caller : Box
+{
+    Caller() : Box("Caller") {}
+    using Box::call;
+    int call(int id, const Array &args, Variant &result, Error *error) override
+    {
+        return id == echoID ? Engine::call(args[0], args, result, error)
+                            : Box::call(id, args, result, error);
+    }
+};
+
 TEST_F(EngineCallback, AFunctionIsKeptAndCalledLater)
 {
     const Variant add = run("(function (a, b) { return a + b; })");
@@ -157,16 +169,6 @@ TEST_F(EngineCallback, AnExceptionThatLeavesACallbackBecomesRecords)
 
 TEST_F(EngineCallback, CallbacksRunInsideCallsOfScripts)
 {
-    struct Caller : Box
-    {
-        Caller() : Box("Caller") {}
-        using Box::call;
-        int call(int id, const Array &args, Variant &result, Error *error) override
-        {
-            return id == echoID ? Engine::call(args[0], args, result, error)
-                                : Box::call(id, args, result, error);
-        }
-    };
     const auto caller = make<Caller>();
     engine().setGlobal("caller", *caller);
     EXPECT_EQ(tell("caller.echo(function (f, x) { return x * 2; }, 21)"), "42");
@@ -179,16 +181,6 @@ TEST_F(EngineCallback, CallbacksRunInsideCallsOfScripts)
 
 TEST_F(EngineCallback, EndlessRecursionThroughTheApplicationEnds)
 {
-    struct Caller : Box
-    {
-        Caller() : Box("Caller") {}
-        using Box::call;
-        int call(int id, const Array &args, Variant &result, Error *error) override
-        {
-            return id == echoID ? Engine::call(args[0], args, result, error)
-                                : Box::call(id, args, result, error);
-        }
-    };
     const auto caller = make<Caller>();
     engine().setGlobal("caller", *caller);
     EXPECT_EQ(fail("var depth = 0; function again() { ++depth; caller.echo(again); } again()")

@@ -5,23 +5,7 @@
 namespace Tavrin::test {
 namespace {
 
-class LiveCallScript : public ScriptTest
-{
-protected:
-    void SetUp() override
-    {
-        ScriptTest::SetUp();
-        box = make<Box>();
-        engine().setGlobal("box", *box);
-    }
-    void TearDown() override
-    {
-        box.reset();
-        ScriptTest::TearDown();
-    }
-
-    InterfacePtr<Box> box;
-};
+using LiveCallScript = BoxScriptTest;
 
 TEST_F(LiveCallScript, MethodsReceiveTheirArgumentsAndGiveResults)
 {

@@ -8,23 +8,7 @@
 namespace Tavrin::test {
 namespace {
 
-class LivePropertyScript : public ScriptTest
-{
-protected:
-    void SetUp() override
-    {
-        ScriptTest::SetUp();
-        box = make<Box>();
-        engine().setGlobal("box", *box);
-    }
-    void TearDown() override
-    {
-        box.reset();
-        ScriptTest::TearDown();
-    }
-
-    InterfacePtr<Box> box;
-};
+using LivePropertyScript = BoxScriptTest;
 
 TEST_F(LivePropertyScript, PropertiesAreReadAndWritten)
 {

@@ -227,4 +227,23 @@ InterfacePtr<T> make(Arguments &&...arguments)
     return InterfacePtr<T>::adopt(new T(std::forward<Arguments>(arguments)...));
 }
 
+// BoxScriptTest: the global variable `box` is a box of the test.
+class BoxScriptTest : public ScriptTest
+{
+protected:
+    void SetUp() override
+    {
+        ScriptTest::SetUp();
+        box = make<Box>();
+        engine().setGlobal("box", *box);
+    }
+    void TearDown() override
+    {
+        box.reset();
+        ScriptTest::TearDown();
+    }
+
+    InterfacePtr<Box> box;
+};
+
 } // namespace Tavrin::test

@@ -334,4 +334,36 @@ public:
     int code = 0;
 };
 
+// Clerk: a listener that serves the elements of a collection.
+class Clerk : public Listener
+{
+public:
+    bool notify(Message &sent) override
+    {
+        auto &message = static_cast<LiveMessage &>(sent);
+        const auto index = static_cast<unsigned>(message.getPropertyID());
+        switch (message.getID()) {
+        case askGetLength:
+            message.getData()->setInteger(elements.length());
+            return true;
+        case askPutLength:
+            elements.setLength(message.getData()->getUInteger());
+            return true;
+        case askGetIndex:
+            *message.getData() = std::as_const(elements)[index];
+            return true;
+        case askPutIndex:
+            elements[index] = *message.getData();
+            return true;
+        case askDeleteIndex:
+            elements.deleteAt(index);
+            return true;
+        default:
+            return false;
+        }
+    }
+
+    Array elements;
+};
+
 } // namespace Tavrin::test

@@ -259,29 +259,11 @@ TEST_F(LiveCollectionTest, AnIndexableComponentServesThem)
 TEST_F(LiveCollectionTest, ListenersServeThemWithoutAComponent)
 {
     const auto pages = collection();
-    Array elements = test::arrayOfValues("a", "b", "c");
+    test::Clerk clerk;
+    clerk.elements = test::arrayOfValues("a", "b", "c");
     Ear ear = liveEar([&](LiveMessage &message) {
         EXPECT_EQ(message.getThis(), static_cast<LiveObject *>(pages.get()));
-        const auto index = static_cast<unsigned>(message.getPropertyID());
-        switch (message.getID()) {
-        case askGetLength:
-            *message.getData() = elements.length();
-            return true;
-        case askPutLength:
-            elements.setLength(message.getData()->getUInteger());
-            return true;
-        case askGetIndex:
-            *message.getData() = elements[index];
-            return true;
-        case askPutIndex:
-            elements[index] = *message.getData();
-            return true;
-        case askDeleteIndex:
-            elements.deleteAt(index);
-            return true;
-        default:
-            return false;
-        }
+        return clerk.notify(message);
     });
     pages->addListener(ear, Broadcaster::allMessages);
     EXPECT_EQ(pages->length(), 3U);

@@ -104,37 +104,6 @@ struct Server : Listener
     std::map<int, Variant> values;
 };
 
-// Clerk: a listener that serves the elements of a collection.
-struct Clerk : Listener
-{
-    bool notify(Message &sent) override
-    {
-        auto &message = static_cast<LiveMessage &>(sent);
-        const auto index = static_cast<unsigned>(message.getPropertyID());
-        switch (message.getID()) {
-        case askGetLength:
-            message.getData()->setInteger(elements.length());
-            return true;
-        case askPutLength:
-            elements.setLength(message.getData()->getUInteger());
-            return true;
-        case askGetIndex:
-            *message.getData() = std::as_const(elements)[index];
-            return true;
-        case askPutIndex:
-            elements[index] = *message.getData();
-            return true;
-        case askDeleteIndex:
-            elements.deleteAt(index);
-            return true;
-        default:
-            return false;
-        }
-    }
-
-    Array elements;
-};
-
 // LiveObjectWalk: a long walk of random operations over a few objects, their components, listeners,
 // owners and collections, each step beside the model. A step returns what differs, or nothing.
 class LiveObjectWalk
