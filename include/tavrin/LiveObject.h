@@ -290,7 +290,8 @@ protected:
     int cloneContent(LiveObject &target, bool isDeep) const;
     LiveComponent *lookupComponent(int id) const { return getComponent(id, nullptr); }
     LiveComponent *lookupIndexableComponent() const;
-    // Puts this object to its autostore target; 0 without one.
+    // Puts this object to its autostore target; 0 without one. The write of an owner may store that
+    // one to its own: D-268: 27 behind 256 of them in a row, which have stored then.
     int invokeAutostore(Error *error);
 
 private:

@@ -11,6 +11,7 @@ inline constexpr int errorNoConstructor = 22; // "%1 does not have a constructor
 inline constexpr int errorNoFunction = 24;    // "%1 is not a function"
 inline constexpr int errorExpected = 25;      // "Expected: %1"
 inline constexpr int errorWrongClass = 26;    // "%1 cannot work with instances of this class"
+inline constexpr int errorStackOverrun = 27;  // "Stack overrun"
 inline constexpr int errorRedeclared = 40;    // "%1 redeclared"
 inline constexpr int errorNoIndex = 41;       // "%1 is out of range"
 inline constexpr int errorInvalid = 45;       // "Object is invalid"

@@ -5,7 +5,8 @@
 // listeners have locks of their own, and a target is called under its own lock alone. Whether a
 // target may still be held, while another thread lets it go, a weak reference tells; and a pin lets
 // an object leave the listeners of a target that is dying meanwhile. Objects that store themselves
-// in a circle come back to one that is storing already, where it ends.
+// in a circle come back to one that is storing already, where it ends; a chain of them ends where
+// the thread has gone deep enough.
 // Pinned by tests/live/LiveObjectAutostoreTest.cpp.
 #include <utility>
 
@@ -30,6 +31,31 @@ struct Target
     int id;
 
     bool operator==(const Target &) const = default;
+};
+
+// D-268: how many owners in a row one write is put on to.
+constexpr int deepestStore = 256;
+constinit thread_local int storeDepth __attribute__((tls_model("initial-exec"))) = 0;
+
+// An object that is being put to its target.
+class Storing
+{
+public:
+    explicit Storing(bool &isStoring) : mark(isStoring)
+    {
+        mark = true;
+        ++storeDepth;
+    }
+    ~Storing()
+    {
+        mark = false;
+        --storeDepth;
+    }
+    Storing(const Storing &) = delete;
+    Storing &operator=(const Storing &) = delete;
+
+private:
+    bool &mark;
 };
 
 Target targetOf(const LiveObjectData &data)
@@ -88,15 +114,15 @@ int LiveObject::invokeAutostore(Error *error)
     const InterfacePtr<LiveObject> target = data->liveTarget.lock();
     if (target != wanted.object)
         return 0;
+    if (storeDepth == deepestStore)
+        return target->setError(detail::errorStackOverrun, wanted.id, error, false);
     const detail::SelfHold self(*this);
-    data->isStoring = true;
-    const int code = detail::guarded(error, [&] {
+    const Storing storing(data->isStoring);
+    return detail::guarded(error, [&] {
         const Variant value(*this, 0);
         const detail::Locked locked(*target);
         return target->put(wanted.id, value, error);
     });
-    data->isStoring = false;
-    return code;
 }
 
 bool LiveObject::notify(Message &message)

@@ -2,6 +2,9 @@
 // Objects that store themselves to an owner on each change.
 #include <tavrin/LiveObject.h>
 
+#include <algorithm>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "live/Hosts.h"
@@ -13,6 +16,7 @@ using test::Document;
 using test::Ear;
 using test::fullText;
 using test::make;
+using test::Owned;
 using test::Plain;
 using test::Ruler;
 
@@ -257,13 +261,98 @@ TEST_F(LiveObjectAutostoreTest, TheOwnerMayLetTheObjectGo)
     EXPECT_EQ(Plain::living, 1);
 }
 
+// --- Chains --------------------------------------------------------------------------------------
+
+// An owner that may have one itself, and answers what that one does.
+struct Link : Plain
+{
+    Link() { defineIDForName("slot", slotID, kInfoReadWrite); }
+    int put(int id, const Variant &value, Error *error) override
+    {
+        ++puts;
+        return Plain::put(id, value, error);
+    }
+    using LiveObject::put;
+
+    int puts = 0;
+};
+
+// Objects of which each stores itself to the one behind it.
+std::vector<Owned<Link>> makeChain(std::size_t links)
+{
+    std::vector<Owned<Link>> chain = {make<Link>()};
+    for (std::size_t number = 0; number < links; ++number) {
+        chain.push_back(make<Link>());
+        chain[number]->setAutostore(chain[number + 1].get(), slotID);
+    }
+    return chain;
+}
+
+// D-268
+TEST_F(LiveObjectAutostoreTest, AWriteGoesOnTo256OwnersInARow)
+{
+    constexpr std::size_t mostOwners = 256;
+    const struct
+    {
+        std::size_t links;
+        int code;
+        const char *text;
+    } rows[] = {
+        {mostOwners - 1, 0, ""},
+        {mostOwners, 0, ""},
+        {mostOwners + 1, 27, "Stack overrun"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.links);
+        const auto chain = makeChain(row.links);
+        for (int round = 0; round < 2; ++round) { // a refusal leaves nothing behind
+            Error error;
+            EXPECT_EQ(chain[0]->put("x", round, kInfoReadWrite, &error), row.code);
+            EXPECT_EQ(fullText(error), row.text);
+            for (std::size_t number = 1; number <= row.links; ++number)
+                ASSERT_EQ(chain[number]->puts, number <= mostOwners ? round + 1 : 0) << number;
+        }
+        Variant out;
+        chain[0]->get("x", out);
+        EXPECT_EQ(out, Variant(1));
+        const std::size_t last = std::min(row.links, mostOwners);
+        chain[last]->get(slotID, out, nullptr);
+        EXPECT_EQ(out.getLiveObject(), chain[last - 1].get());
+        // One owner nearer to the end the whole way is short enough.
+        EXPECT_EQ(chain[1]->put("x", 1, kInfoReadWrite, nullptr), 0);
+    }
+}
+
+TEST_F(LiveObjectAutostoreTest, AChainThatIsTooLongIsRefusedWithoutARecordToo)
+{
+    const auto chain = makeChain(300);
+    EXPECT_EQ(chain[0]->put("x", 1, kInfoReadWrite), 27);
+    EXPECT_EQ(chain[0]->invokeAutostore(nullptr), 27);
+}
+
+TEST_F(LiveObjectAutostoreTest, AChainOfAHundredThousandNeedsNoStackOfItsLength)
+{
+    constexpr std::size_t links = 100'000;
+    std::vector<Owned<Link>> chain = {make<Link>()};
+    for (std::size_t number = 0; number < links; ++number) {
+        chain.push_back(make<Link>());
+        chain[number + 1]->put(slotID, Variant(*chain[number], 0), nullptr);
+        chain[number]->setAutostore(chain[number + 1].get(), slotID);
+    }
+    EXPECT_EQ(chain[0]->put("x", 1, kInfoReadWrite), 27);
+    EXPECT_EQ(chain[links - 5]->put("x", 1, kInfoReadWrite), 0);
+    const Owned<Link> last = chain.back(); // holds all the others
+    chain.clear();
+    EXPECT_EQ(Plain::living, static_cast<int>(links) + 1);
+}
+
 // --- Threads -------------------------------------------------------------------------------------
 
 TEST_F(LiveObjectAutostoreThreadTest, OwnerAndObjectMayDieAtTheSameTime)
 {
     for (int round = 0; round < 500; ++round) {
-        test::Owned<LiveObject> pair[2] = {make<LiveObject>("Owner", true),
-                                           make<LiveObject>("Object", true)};
+        Owned<LiveObject> pair[2] = {make<LiveObject>("Owner", true),
+                                     make<LiveObject>("Object", true)};
         pair[0]->createLock();
         pair[1]->put("x", 1, kInfoReadWrite);
         pair[1]->setAutostore(pair[0].get(), slotID);
@@ -288,4 +377,26 @@ TEST_F(LiveObjectAutostoreThreadTest, HoldsTheLockOfTheOwnerWhileItStores)
     });
     EXPECT_EQ(owner->puts, 2000);
     owner->deleteDynamicProperties(true);
+}
+
+// D-268
+TEST_F(LiveObjectAutostoreThreadTest, EachThreadGoesItsOwnWayInAChain)
+{
+    struct Asking : Plain
+    {
+        int put(int, const Variant &, Error *) override
+        {
+            test::runOnThreads(1, [&](int) { code = other->put("x", 1, kInfoReadWrite); });
+            return 0;
+        }
+
+        LiveObject *other = nullptr;
+        int code = -1;
+    };
+    const auto chain = makeChain(200), otherChain = makeChain(200);
+    const auto asking = make<Asking>();
+    asking->other = otherChain[0].get();
+    chain.back()->setAutostore(asking.get(), slotID);
+    EXPECT_EQ(chain[0]->put("x", 1, kInfoReadWrite), 0);
+    EXPECT_EQ(asking->code, 0);
 }
