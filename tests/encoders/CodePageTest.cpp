@@ -10,6 +10,7 @@
 #include "encoders/HostEncoder.h"
 #include "support/LibraryTest.h"
 #include "support/RunOnThreads.h"
+#include "support/TextUnits.h"
 
 namespace Tavrin::test {
 namespace {
@@ -103,19 +104,6 @@ const Row &firstRowWith(const std::string &name)
         if (("," + aliasesOf(row) + ",").find("," + name + ",") != std::string::npos)
             return row;
     return rows[0];
-}
-
-String textOf(const std::u16string &units)
-{
-    String text;
-    text.append(reinterpret_cast<const unsigned short *>(units.data()),
-                static_cast<int>(units.size()));
-    return text;
-}
-
-std::u16string unitsOf(const String &text)
-{
-    return {text.wstr(), text.wstr() + text.length()};
 }
 
 // What the encoder of that name makes of a text, through the lengths that it names.

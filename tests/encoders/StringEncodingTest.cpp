@@ -13,25 +13,13 @@
 #include "encoders/HostEncoder.h"
 #include "support/LibraryTest.h"
 #include "support/RunOnThreads.h"
+#include "support/TextUnits.h"
 
 namespace Tavrin::test {
 namespace {
 
 using StringEncodingTest = LibraryTest;
 using StringEncodingThreadTest = MultiThreadedLibraryTest;
-
-std::u16string unitsOf(const String &text)
-{
-    return {text.wstr(), text.wstr() + text.length()};
-}
-
-String textOf(const std::u16string &units)
-{
-    String text;
-    text.append(reinterpret_cast<const unsigned short *>(units.data()),
-                static_cast<int>(units.size()));
-    return text;
-}
 
 struct Encoded
 {

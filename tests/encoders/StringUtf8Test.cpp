@@ -15,6 +15,7 @@
 #include "encoders/HostEncoder.h"
 #include "support/LibraryTest.h"
 #include "support/MemoryFailure.h"
+#include "support/TextUnits.h"
 
 namespace Tavrin::test {
 namespace {
@@ -41,19 +42,6 @@ struct OtherUtf8 : HostEncoder
                      bool continued) { return utf8.toMBCS(src, srcLen, dst, dstLen, continued); };
     }
 };
-
-std::u16string unitsOf(const String &text)
-{
-    return {text.wstr(), text.wstr() + text.length()};
-}
-
-String textOf(const std::u16string &units)
-{
-    String text;
-    text.append(reinterpret_cast<const unsigned short *>(units.data()),
-                static_cast<int>(units.size()));
-    return text;
-}
 
 struct Decoded
 {

@@ -78,12 +78,6 @@ protected:
             told += " @" + utf8(newest->getFile()) + ":" + std::to_string(newest->getLine());
         return told;
     }
-    static String fullText(const Error &error)
-    {
-        String text;
-        error.getFullText(text);
-        return text;
-    }
 
 private:
     std::unique_ptr<TvScript::Engine> owned;

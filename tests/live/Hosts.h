@@ -18,6 +18,8 @@
 #include <tavrin/SimpleArray.h>
 #include <tavrin/Variant.h>
 
+#include "support/ValueText.h"
+
 // Classes of an application, as their authors write them, for the tests of live objects.
 namespace Tavrin::test {
 
@@ -29,14 +31,6 @@ template <class T, class... Arguments>
 Owned<T> make(Arguments &&...arguments)
 {
     return Owned<T>::adopt(new T(std::forward<Arguments>(arguments)...));
-}
-
-// The messages of an error, as a host shows them.
-inline String fullText(const Error &error)
-{
-    String text;
-    error.getFullText(text);
-    return text;
 }
 
 template <class... Values>

@@ -10,17 +10,10 @@
 #include <tavrin/Reflection.h>
 #include <tavrin/SimpleArray.h>
 
+#include "support/TextUnits.h"
+
 // What managers answer, as values that tests compare and print.
 namespace Tavrin::test {
-
-// The units as bytes; those above 255 as "?".
-inline std::string bytesOf(const String &text)
-{
-    std::string bytes;
-    for (int at = 0; at < text.length(); ++at)
-        bytes += text.wstr()[at] < 256 ? static_cast<char>(text.wstr()[at]) : '?';
-    return bytes;
-}
 
 struct FoundID
 {

@@ -20,20 +20,15 @@
 #include <tavrin/String.h>
 #include <tavrin/Variant.h>
 
+#include "support/TextUnits.h"
+
 using namespace Tavrin;
+using test::bytesOf;
 
 namespace {
 
 constexpr int conversionFlags = 0x101;
 constexpr std::int64_t mostOff = 8; // doubles
-
-std::string narrow(const String &text)
-{
-    std::string result;
-    for (int at = 0; at < text.length(); ++at)
-        result += static_cast<char>(text.wstr()[at]);
-    return result;
-}
 
 std::string printed(double value, std::chars_format format, int places)
 {
@@ -100,9 +95,9 @@ public:
     {
         ++checked;
         number.setDouble(value);
-        compare("to text", value, narrow(number.getString()), expectedText(value));
-        compare("fixed", value, narrow(number.getString(1, 2)), fixedText(value));
-        compare("exponential", value, narrow(number.getString(2, 9)),
+        compare("to text", value, bytesOf(number.getString()), expectedText(value));
+        compare("fixed", value, bytesOf(number.getString(1, 2)), fixedText(value));
+        compare("exponential", value, bytesOf(number.getString(2, 9)),
                 withShortExponent(printed(value, std::chars_format::scientific, 9)));
         scanBack(value);
     }
@@ -140,7 +135,7 @@ private:
         const double magnitude = std::fabs(value);
         if (digits <= 15 && (magnitude == 0 || (magnitude > 1e-7 && magnitude < 1e22))) {
             if (std::bit_cast<std::uint64_t>(scanned) != std::bit_cast<std::uint64_t>(value))
-                fail("scan", value, narrow(String(text.c_str())), shortest(scanned));
+                fail("scan", value, bytesOf(String(text.c_str())), shortest(scanned));
             ++nearest;
             return;
         }

@@ -6,20 +6,22 @@
 #include <string>
 
 #include <tavrin/Array.h>
+#include <tavrin/Error.h>
 #include <tavrin/RegExp.h>
 #include <tavrin/String.h>
 #include <tavrin/Variant.h>
 
+#include "support/TextUnits.h"
+
 // Values for people: what tests compare with literals, and what the test framework prints.
 namespace Tavrin::test {
 
-// The units as bytes; those above 255 lose their upper half.
-inline std::string bytesOf(const String &text)
+// The messages of an error, as a host shows them.
+inline String fullText(const Error &error)
 {
-    std::string bytes;
-    for (int at = 0; at < text.length(); ++at)
-        bytes += static_cast<char>(text.wstr()[at]);
-    return bytes;
+    String text("before");
+    error.getFullText(text);
+    return text;
 }
 
 inline const char *kindName(VariantType kind)

@@ -20,6 +20,7 @@ using namespace Tavrin;
 using detail::formatInteger;
 using detail::formatNumber;
 using detail::NumberForm;
+using test::bytesOf;
 using test::underMemoryFailure;
 
 using NumberFormatTest = test::LibraryTest;
@@ -30,19 +31,11 @@ constexpr double largest = std::numeric_limits<double>::max();
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
-std::string narrow(const String &text)
-{
-    std::string result;
-    for (int at = 0; at < text.length(); ++at)
-        result += static_cast<char>(text.wstr()[at]);
-    return result;
-}
-
 std::string formatted(double value, int radix, int precision, NumberForm form)
 {
     String text;
     formatNumber(value, radix, precision, form, text);
-    return narrow(text);
+    return bytesOf(text);
 }
 
 std::string shortest(double value)
@@ -343,8 +336,8 @@ TEST_F(NumberFormatTest, IntegersAreWrittenByHand)
     for (const int value : values) {
         String text("old");
         formatInteger(value, text);
-        EXPECT_EQ(narrow(text), std::to_string(value));
-        EXPECT_EQ(narrow(text), shortest(value));
+        EXPECT_EQ(bytesOf(text), std::to_string(value));
+        EXPECT_EQ(bytesOf(text), shortest(value));
     }
 }
 

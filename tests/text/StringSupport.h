@@ -8,6 +8,8 @@
 
 #include <tavrin/String.h>
 
+#include "support/TextUnits.h"
+
 namespace Tavrin {
 
 // What a failed comparison prints: printable ASCII as it is, other units in hexadecimal.
@@ -43,21 +45,6 @@ public:
 private:
     std::u16string units;
 };
-
-// A string of exactly these units, also when they contain or begin with a 0.
-inline String textOf(std::u16string_view units)
-{
-    String text;
-    for (const char16_t unit : units)
-        text.append(static_cast<unsigned short>(unit));
-    return text;
-}
-
-inline std::u16string unitsOf(const String &text)
-{
-    return {reinterpret_cast<const char16_t *>(text.wstr()),
-            static_cast<std::size_t>(text.length())};
-}
 
 // `length` units, all different from 0, with a period that no power of two divides.
 inline std::u16string patternOf(int length)

@@ -15,6 +15,7 @@
 #include "text/StringSupport.h"
 
 using namespace Tavrin;
+using test::bytesOf;
 using test::isTerminated;
 using test::textOf;
 using test::Units;
@@ -103,14 +104,6 @@ testing::AssertionResult decodesByRuns(std::u16string_view encoded)
     return testing::AssertionFailure() << text.length() << " units for " << expected.size();
 }
 
-std::string narrow(const String &text)
-{
-    std::string bytes;
-    for (int at = 0; at < text.length(); ++at)
-        bytes += static_cast<char>(text.wstr()[at]);
-    return bytes;
-}
-
 } // namespace
 
 TEST_F(StringUriTest, Encodes)
@@ -118,7 +111,7 @@ TEST_F(StringUriTest, Encodes)
     for (const Row &row : encodeRows) {
         String text = textOf(row.text);
         EXPECT_TRUE(text.encodeURI(row.keep)) << row.name;
-        EXPECT_EQ(narrow(text), row.encoded) << row.name;
+        EXPECT_EQ(bytesOf(text), row.encoded) << row.name;
         EXPECT_TRUE(isTerminated(text)) << row.name;
     }
 }
@@ -163,7 +156,7 @@ TEST_F(StringUriTest, Decodes)
     for (const Row &row : decodeRows) {
         String text = textOf(row.text);
         EXPECT_TRUE(text.decodeURI()) << row.name;
-        EXPECT_EQ(narrow(text), row.encoded) << row.name;
+        EXPECT_EQ(bytesOf(text), row.encoded) << row.name;
         EXPECT_TRUE(isTerminated(text)) << row.name;
     }
 }

@@ -13,11 +13,13 @@
 
 #include "containers/HostLocalizer.h"
 #include "support/LibraryTest.h"
+#include "support/ValueText.h"
 #include "text/StringSupport.h"
 #include "values/ErrorSupport.h"
 
 using namespace Tavrin;
 using test::Current;
+using test::fullText;
 using test::HostLocalizer;
 using test::Note;
 using test::pushText;
@@ -33,13 +35,6 @@ struct OpenError : Error
 {
     using Error::setFile;
 };
-
-String fullTextOf(const Error &error)
-{
-    String text("before");
-    error.getFullText(text);
-    return text;
-}
 
 } // namespace
 
@@ -328,7 +323,7 @@ TEST_F(ErrorGuardTest, AFixedRecordMayBePushedToAnother)
     EXPECT_EQ(textsOf(error), texts({u"Uncaught Exception", u"older"}));
     error.setMoreInfo(String(), 10, 20, 30, 40);
     EXPECT_EQ(error.getError()->getLine(), 10) << "the copy is an ordinary record";
-    EXPECT_EQ(fullTextOf(uncaughtError()), "Uncaught Exception");
+    EXPECT_EQ(fullText(uncaughtError()), "Uncaught Exception");
 }
 
 TEST(ErrorGuardLife, AFixedErrorMayOutliveTheLibrary)

@@ -12,10 +12,12 @@
 #include <tavrin/Variant.h>
 
 #include "support/LibraryTest.h"
+#include "support/ValueText.h"
 #include "text/StringSupport.h"
 #include "values/ErrorSupport.h"
 
 using namespace Tavrin;
+using test::fullText;
 using test::Note;
 using test::pushText;
 using test::texts;
@@ -33,13 +35,6 @@ static_assert(!std::is_copy_constructible_v<ErrorInfo>);
 
 using ErrorTest = test::LibraryTest;
 
-String fullTextOf(const Error &error)
-{
-    String text("before");
-    error.getFullText(text);
-    return text;
-}
-
 } // namespace
 
 // Empty ones.
@@ -50,7 +45,7 @@ TEST_F(ErrorTest, AFreshOneIsEmpty)
     EXPECT_EQ(error.getCode(), 0);
     EXPECT_EQ(error.getError(), nullptr);
     EXPECT_EQ(error.getErrorData(), nullptr);
-    EXPECT_EQ(fullTextOf(error), "");
+    EXPECT_EQ(fullText(error), "");
 }
 
 TEST(ErrorLife, AnEmptyOneNeedsNoLibrary)
@@ -261,11 +256,11 @@ TEST_F(ErrorTest, TheFullTextIsOneLineForEachRecord)
 {
     Error error;
     pushText(error, "older");
-    EXPECT_EQ(fullTextOf(error), "older");
+    EXPECT_EQ(fullText(error), "older");
     pushText(error, "newer");
-    EXPECT_EQ(fullTextOf(error), "newer\n- older");
+    EXPECT_EQ(fullText(error), "newer\n- older");
     pushText(error, "");
-    EXPECT_EQ(fullTextOf(error), "\n- newer\n- older");
+    EXPECT_EQ(fullText(error), "\n- newer\n- older");
 }
 
 TEST_F(ErrorTest, ADeepStackIsCopiedAndFreedWithoutRecursion)
