@@ -7,6 +7,8 @@
 #include <tavrin/LiveObject.h>
 #include <tavrin/Refcountable.h>
 
+#include "duktape/Arguments.h"
+#include "duktape/Definitions.h"
 #include "duktape/Failures.h"
 #include "duktape/LiveRecord.h"
 #include "duktape/Values.h"
@@ -23,53 +25,62 @@ namespace {
 
 constexpr int wrongClass = 26;
 
-// Keeps the object at that place alive as long as the engine. Jumps.
-bool findRoot(EngineData &engine, unsigned &slot) noexcept
+// What `new` does.
+int construct(const String &name, const Array &args, Variant &result, Error *error)
 {
-    const Reply reply = engine.steady([&] {
-        slot = engine.freeRoot();
-        return Reply();
-    });
-    return !reply.isFailure();
+    LiveObject *made = nullptr;
+    int code = LiveObject::create(&made, name, -1);
+    const auto object = Tavrin::InterfacePtr<LiveObject>::adopt(made);
+    if (code == 0 && made == nullptr)
+        code = 22;
+    if (code == 0) {
+        const Locked locked(*made);
+        code = made->initialize(args, error);
+    }
+    if (code == 0)
+        result.setLiveObject(made, 0);
+    else if (error->getCode() == 0)
+        error->push(code, name, nullptr, true);
+    return code;
 }
 
-void defineRoot(duk_context *ctx, EngineData &engine, duk_idx_t at)
+// What EngineData::made is asked for.
+
+ClassRecord *newClass(EngineData &engine, const String &name, void *prototype)
 {
-    at = duk_normalize_index(ctx, at);
-    unsigned slot = 0;
-    if (!findRoot(engine, slot))
-        throwFailure(ctx, engine);
-    duk_push_heapptr(ctx, engine.roots);
-    duk_dup(ctx, at);
-    duk_put_prop_index(ctx, -2, slot);
-    duk_pop(ctx);
-    engine.noteRoot();
+    auto *record = new ClassRecord(name, prototype);
+    try {
+        engine.classes.set(name, record, false);
+    } catch (...) {
+        delete record;
+        throw;
+    }
+    return record;
 }
 
-// Steady: with null for want of memory.
-template <class Make>
-auto made(EngineData &engine, Make make) noexcept -> decltype(make())
+HostFunction *newFunction(EngineData &engine, Engine::Function &function)
 {
-    decltype(make()) result = nullptr;
-    engine.steady([&] {
-        result = make();
-        return Reply();
-    });
-    return result;
+    return new HostFunction(engine, std::move(function));
 }
 
-ClassRecord *newClass(EngineData &engine, const String &name, void *prototype) noexcept
+HostFunction *newConstructor(EngineData &engine, const String &name)
 {
-    return made(engine, [&] {
-        auto *record = new ClassRecord(name, prototype);
-        try {
-            engine.classes.set(name, record, false);
-        } catch (...) {
-            delete record;
-            throw;
-        }
-        return record;
+    return new HostFunction(engine, [name](const Array &args, Variant &result, Error *error) {
+        return construct(name, args, result, error);
     });
+}
+
+Method *newMethod(EngineData &engine, ClassRecord &itsClass, Name &name, void *block)
+{
+    auto *method = new Method(engine, itsClass, name);
+    try {
+        itsClass.methods.set(
+            name.text, static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(block)), false);
+    } catch (...) {
+        delete method;
+        throw;
+    }
+    return method;
 }
 
 // The record of a class, made if need be. Jumps.
@@ -82,7 +93,8 @@ ClassRecord &pushedClass(duk_context *ctx, EngineData &engine, const String &nam
     duk_push_heapptr(ctx, isCollection ? engine.collectionPrototype : engine.livePrototype);
     duk_set_prototype(ctx, -2);
     defineRoot(ctx, engine, -1);
-    ClassRecord *record = newClass(engine, name, duk_get_heapptr(ctx, -1));
+    void *prototype = duk_get_heapptr(ctx, -1);
+    ClassRecord *record = engine.made([&] { return newClass(engine, name, prototype); });
     if (record == nullptr)
         throwFailure(ctx, engine);
     duk_pop(ctx);
@@ -99,7 +111,7 @@ bool isCollection(EngineData &engine, LiveObject &object) noexcept
 // The class name of an object, in a slot; null for want of memory.
 Variant *classNameOf(EngineData &engine, const LiveObject &object) noexcept
 {
-    return made(engine, [&] {
+    return engine.made([&] {
         Variant *slot = &engine.takeSlot();
         slot->setString(object.getClassName());
         return slot;
@@ -107,47 +119,47 @@ Variant *classNameOf(EngineData &engine, const LiveObject &object) noexcept
 }
 
 // What a function of a method does.
-Reply runMethod(duk_context *ctx, Method &method, LiveRecord *record) noexcept
+Reply runMethod(duk_context *ctx, duk_idx_t count, const Method &method,
+                LiveRecord *record) noexcept
 {
     EngineData &engine = method.engine;
     return engine.steady([&] {
         if (record == nullptr)
             return engine.fail(wrongClass, method.name.text);
         if (&record->getClass() == &method.itsClass)
-            return record->callMethod(ctx, method.name);
+            return record->callMethod(ctx, count, method.name);
         auto *origin = reinterpret_cast<LiveRecord *>(
             static_cast<std::uintptr_t>(engine.liveRecords.find(method.origin)));
         if (origin == nullptr || &origin->getClass() != &method.itsClass)
             return engine.fail(wrongClass, method.name.text);
-        return origin->applyMethod(ctx, method.name, record->getObject());
+        return origin->applyMethod(ctx, count, method.name, record->getObject());
     });
 }
 
 duk_ret_t onMethod(duk_context *ctx)
 {
+    const duk_idx_t count = duk_get_top(ctx);
     duk_push_current_function(ctx);
-    auto *method = Blocks::find<Method>(duk_get_heapptr(ctx, -1));
+    const auto *method = Blocks::find<Method>(duk_get_heapptr(ctx, -1));
     duk_push_this(ctx);
     auto *record = Blocks::find<LiveRecord>(duk_get_heapptr(ctx, -1));
-    duk_pop_2(ctx);
-    return pushReply(ctx, method->engine, runMethod(ctx, *method, record));
+    const Reply reply = runMethod(ctx, count, *method, record);
+    if (reply.kind != Reply::Kind::number) [[unlikely]]
+        return pushReply(ctx, method->engine, reply);
+    duk_push_number(ctx, reply.number);
+    return 1;
 }
 
 Reply runFunction(duk_context *ctx, HostFunction &host) noexcept
 {
     EngineData &engine = host.engine;
     return engine.steady([&] {
-        Array args;
-        const duk_idx_t count = duk_get_top(ctx);
-        for (duk_idx_t at = 0; at < count; ++at) {
-            Variant argument;
-            if (!readValue(engine, ctx, at, argument))
-                return Reply(Reply::Kind::thrown);
-            args += argument;
-        }
+        Arguments args(engine);
+        if (!args.read(ctx, 0, duk_get_top(ctx)))
+            return Reply(Reply::Kind::thrown);
         Variant result;
         Error error;
-        if (const int code = host.function(args, result, &error))
+        if (const int code = host.function(args.get(), result, &error))
             return engine.fail(code, error);
         return engine.replyWith(result);
     });
@@ -179,83 +191,15 @@ duk_ret_t onConstruct(duk_context *ctx)
     return pushReply(ctx, host->engine, runFunction(ctx, *host));
 }
 
-// What `new` does.
-int construct(const String &name, const Array &args, Variant &result, Error *error)
-{
-    LiveObject *made = nullptr;
-    int code = LiveObject::create(&made, name, -1);
-    const auto object = Tavrin::InterfacePtr<LiveObject>::adopt(made);
-    if (code == 0 && made == nullptr)
-        code = 22;
-    if (code == 0) {
-        const Locked locked(*made);
-        code = made->initialize(args, error);
-    }
-    if (code == 0)
-        result.setLiveObject(made, 0);
-    else if (error->getCode() == 0)
-        error->push(code, name, nullptr, true);
-    return code;
-}
-
-HostFunction *newFunction(EngineData &engine, Engine::Function &function) noexcept
-{
-    return made(engine, [&] { return new HostFunction(engine, std::move(function)); });
-}
-
-HostFunction *newConstructor(EngineData &engine, const String &name) noexcept
-{
-    return made(engine, [&] {
-        return new HostFunction(engine, [name](const Array &args, Variant &result, Error *error) {
-            return construct(name, args, result, error);
-        });
-    });
-}
-
-Method *newMethod(EngineData &engine, ClassRecord &itsClass, Name &name, void *block) noexcept
-{
-    return made(engine, [&] {
-        auto *method = new Method(engine, itsClass, name);
-        try {
-            itsClass.methods.set(name.text,
-                                 static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(block)),
-                                 false);
-        } catch (...) {
-            delete method;
-            throw;
-        }
-        return method;
-    });
-}
-
 Name *nameOf(EngineData &engine, duk_context *ctx, duk_idx_t at) noexcept
 {
-    return made(engine, [&] { return &engine.nameAt(ctx, at); });
+    return engine.made([&] { return &engine.nameAt(ctx, at); });
 }
 
 void *knownMethod(const ClassRecord &itsClass, const Name &name) noexcept
 {
     return reinterpret_cast<void *>(
         static_cast<std::uintptr_t>(itsClass.methods.find(name.text, false)));
-}
-
-// Gives the function on top of the value stack its name, which is at that place.
-void defineName(duk_context *ctx, duk_idx_t name)
-{
-    name = duk_normalize_index(ctx, name);
-    duk_push_literal(ctx, "name");
-    duk_dup(ctx, name);
-    duk_def_prop(ctx, -3, DUK_DEFPROP_HAVE_VALUE | DUK_DEFPROP_FORCE);
-}
-
-// Keeps the object on top of the value stack alive, under that name.
-void *pushKept(duk_context *ctx, const char *name)
-{
-    duk_push_global_stash(ctx);
-    duk_dup(ctx, -2);
-    duk_put_prop_string(ctx, -2, name);
-    duk_pop(ctx);
-    return duk_get_heapptr(ctx, -1);
 }
 
 // Written in the language itself: they are its classes like any other.
@@ -293,13 +237,8 @@ void *definePlainClass(duk_context *ctx, const char *name, const char *source)
     duk_get_prop_literal(ctx, -1, "prototype");
     void *prototype = pushKept(ctx, name);
     duk_pop(ctx);
-    duk_push_global_object(ctx);
-    duk_push_string(ctx, name);
-    duk_dup(ctx, -3);
-    duk_def_prop(ctx, -3,
-                 DUK_DEFPROP_HAVE_VALUE | DUK_DEFPROP_SET_WRITABLE | DUK_DEFPROP_SET_CONFIGURABLE |
-                     DUK_DEFPROP_HAVE_ENUMERABLE);
-    duk_pop_2(ctx);
+    defineGlobal(ctx, name);
+    duk_pop(ctx);
     return prototype;
 }
 
@@ -335,7 +274,7 @@ void pushMethod(duk_context *ctx, LiveRecord &record, duk_idx_t at)
         defineName(ctx, at);
         defineRoot(ctx, engine, -1);
         function = duk_get_heapptr(ctx, -1);
-        Method *method = newMethod(engine, itsClass, *name, function);
+        Method *method = engine.made([&] { return newMethod(engine, itsClass, *name, function); });
         if (method == nullptr)
             throwFailure(ctx, engine);
         Blocks::attach(function, *method);
@@ -347,7 +286,7 @@ void pushMethod(duk_context *ctx, LiveRecord &record, duk_idx_t at)
 void pushHostFunction(duk_context *ctx, EngineData &engine, Engine::Function &function)
 {
     duk_push_c_function(ctx, onFunction, DUK_VARARGS);
-    HostFunction *host = newFunction(engine, function);
+    HostFunction *host = engine.made([&] { return newFunction(engine, function); });
     if (host == nullptr)
         throwFailure(ctx, engine);
     Blocks::attach(duk_get_heapptr(ctx, -1), *host);
@@ -368,7 +307,7 @@ void defineClass(duk_context *ctx, EngineData &engine, const String &name)
     }
     ClassRecord &itsClass = pushedClass(ctx, engine, name, isCollection(engine, *prototype));
     duk_push_c_function(ctx, onConstruct, DUK_VARARGS);
-    HostFunction *host = newConstructor(engine, name);
+    HostFunction *host = engine.made([&] { return newConstructor(engine, name); });
     if (host == nullptr)
         throwFailure(ctx, engine);
     Blocks::attach(duk_get_heapptr(ctx, -1), *host);
@@ -376,13 +315,9 @@ void defineClass(duk_context *ctx, EngineData &engine, const String &name)
     duk_push_heapptr(ctx, itsClass.prototype);
     duk_push_literal(ctx, "constructor");
     duk_dup(ctx, -3);
-    duk_def_prop(ctx, -3,
-                 DUK_DEFPROP_HAVE_VALUE | DUK_DEFPROP_SET_WRITABLE | DUK_DEFPROP_SET_CONFIGURABLE |
-                     DUK_DEFPROP_HAVE_ENUMERABLE);
+    defineHidden(ctx, -3);
     duk_put_prop_literal(ctx, -2, "prototype");
-    duk_def_prop(ctx, -3,
-                 DUK_DEFPROP_HAVE_VALUE | DUK_DEFPROP_SET_WRITABLE | DUK_DEFPROP_SET_CONFIGURABLE |
-                     DUK_DEFPROP_HAVE_ENUMERABLE);
+    defineHidden(ctx, -3);
     duk_pop(ctx);
 }
 

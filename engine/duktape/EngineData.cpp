@@ -12,6 +12,7 @@
 #include <tavrin/RegExp.h>
 
 #include "duktape/Classes.h"
+#include "duktape/Definitions.h"
 #include "duktape/Failures.h"
 #include "duktape/LiveRecord.h"
 #include "duktape/ScriptObject.h"
@@ -50,22 +51,17 @@ duk_ret_t onCheckPointers(duk_context *ctx, void *isFit)
 duk_ret_t onStart(duk_context *ctx, void *)
 {
     EngineData &engine = EngineData::of(ctx);
-    duk_push_global_stash(ctx);
     duk_push_array(ctx);
-    engine.roots = duk_get_heapptr(ctx, -1);
-    duk_put_prop_literal(ctx, -2, "roots");
-    duk_pop(ctx);
+    engine.roots = pushKept(ctx, "roots");
     duk_get_global_literal(ctx, "RegExp");
-    engine.regExpConstructor = duk_get_heapptr(ctx, -1);
-    duk_push_global_stash(ctx);
-    duk_dup(ctx, -2);
-    duk_put_prop_literal(ctx, -2, "RegExp");
+    engine.regExpConstructor = pushKept(ctx, "RegExp");
     duk_pop_2(ctx);
     // What is Duktape's own is none of the scripts' business: they run on other engines too.
     duk_push_global_object(ctx);
     duk_del_prop_literal(ctx, -1, "Duktape");
     duk_pop(ctx);
     defineErrorClasses(ctx);
+    defineDescriptors(ctx);
     definePrototypes(ctx, engine);
     defineGeometry(ctx, engine);
     defineTraps(ctx, engine);
@@ -309,24 +305,19 @@ void EngineData::bury() noexcept
     isBurying = false;
 }
 
-Name &EngineData::nameAt(duk_context *context, duk_idx_t at)
+Name &EngineData::makeName(duk_context *context, duk_idx_t at)
 {
-    void *block = duk_get_heapptr(context, at);
-    if (auto *known = Blocks::find<Name>(block)) [[likely]]
-        return *known;
     duk_size_t length = 0;
     const char *text = duk_get_lstring(context, at, &length);
     const bool isSymbol = duk_is_symbol(context, at) != 0;
     auto *name = new Name(isSymbol ? String() : textOf(text, length), ++lastSerial, isSymbol);
-    Blocks::attach(block, *name);
+    Blocks::attach(duk_get_heapptr(context, at), *name);
     return *name;
 }
 
-Reply EngineData::replyWith(Variant &value) noexcept
+Reply EngineData::replyWithAny(Variant &value) noexcept
 {
     switch (value.getType()) {
-    case Tavrin::kNumber:
-        return Reply(value.getDouble());
     case Tavrin::kUndefined:
         return {};
     case Tavrin::kNull:

@@ -18,6 +18,7 @@
 
 #include <duktape.h>
 
+#include <tavrin/Array.h>
 #include <tavrin/Error.h>
 #include <tavrin/HashTable.h>
 #include <tavrin/SimpleArray.h>
@@ -109,6 +110,14 @@ struct Reply
     bool isFailure() const { return kind == Kind::failure; }
 };
 
+// ArgumentList: room for the arguments of a call, see Arguments.
+struct ArgumentList
+{
+    Tavrin::Array array;
+    Tavrin::Variant *items = nullptr; // its elements
+    unsigned int length = 0;          // and how many
+};
+
 // EngineData: what is behind an Engine.
 // Owns:    the script heap and the records attached to it.
 class EngineData final : public Tavrin::Heap, public Blocks
@@ -167,12 +176,25 @@ public:
     Engine *getFacade() const { return &facade; }
 
     // The name of the string at that place of the value stack.
-    Name &nameAt(duk_context *context, duk_idx_t at);
+    Name &nameAt(duk_context *context, duk_idx_t at)
+    {
+        auto *known = Blocks::find<Name>(duk_get_heapptr(context, at));
+        return known != nullptr ? *known : makeName(context, at);
+    }
 
     // A place for a value on its way into the script. It is used again after some others.
     Tavrin::Variant &takeSlot() noexcept { return slots[nextSlot++ % slotCount]; }
     // A number, and other plain values, without a slot.
-    Reply replyWith(Tavrin::Variant &value) noexcept;
+    Reply replyWith(Tavrin::Variant &value) noexcept
+    {
+        if (value.getType() == Tavrin::kNumber) [[likely]]
+            return Reply(value.getDouble());
+        return replyWithAny(value);
+    }
+
+    // The list for the arguments of the call in the steady half that is running.
+    ArgumentList &argumentList() noexcept { return argumentLists[depth]; }
+    const Tavrin::Array noArguments;
 
     // Notes a failure for throwFailure.
     Reply fail(int code, const Tavrin::Error &records) noexcept;
@@ -198,6 +220,18 @@ public:
         if (firstDead != nullptr) [[unlikely]]
             bury();
         return reply;
+    }
+
+    // What `make`, which may throw, gives; null if it does, and there is a failure to be thrown.
+    template <class Make>
+    auto made(Make make) noexcept -> decltype(make())
+    {
+        decltype(make()) result = nullptr;
+        steady([&] {
+            result = make();
+            return Reply();
+        });
+        return result;
     }
 
     // Mortals whose block is gone.
@@ -247,6 +281,8 @@ public:
 
 private:
     void start();
+    Name &makeName(duk_context *context, duk_idx_t at);
+    Reply replyWithAny(Tavrin::Variant &value) noexcept;
     void collectIfMany();
     int runProtected(duk_safe_call_function body, void *data, Tavrin::Variant *result,
                      Tavrin::Error *error);
@@ -266,6 +302,7 @@ private:
     static constexpr int firstCollection = 1000;
     unsigned nextSlot = 0;
     Tavrin::Variant slots[slotCount];
+    ArgumentList argumentLists[deepest + 1]; // by depth
     Tavrin::SimpleArray freeRoots; // of `rootCount` slots the first `freeRootCount` are in use
     int freeRootCount = 0;
     int rootCount = 0;

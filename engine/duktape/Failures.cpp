@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 
+#include "duktape/Definitions.h"
 #include "duktape/Values.h"
 
 using Tavrin::Error;
@@ -124,13 +125,7 @@ void pushErrorClass(duk_context *ctx, const char *name)
         duk_get_global_literal(ctx, "Error");
         return;
     }
-    duk_push_global_object(ctx);
-    duk_push_string(ctx, name);
-    duk_dup(ctx, -3);
-    duk_def_prop(ctx, -3,
-                 DUK_DEFPROP_HAVE_VALUE | DUK_DEFPROP_SET_WRITABLE | DUK_DEFPROP_SET_CONFIGURABLE |
-                     DUK_DEFPROP_HAVE_ENUMERABLE);
-    duk_pop(ctx);
+    defineGlobal(ctx, name);
 }
 
 duk_ret_t onLine(duk_context *ctx)

@@ -13,10 +13,10 @@
 #include <tavrin/Error.h>
 #include <tavrin/LiveComponent.h>
 
+#include "duktape/Arguments.h"
 #include "duktape/Classes.h"
 #include "duktape/Values.h"
 
-using Tavrin::Array;
 using Tavrin::Error;
 using Tavrin::InfoType;
 using Tavrin::LiveObject;
@@ -34,6 +34,10 @@ constexpr int objectIsInvalid = 45;
 constexpr int isReadOnly = 46;
 constexpr int noSuchProperty = 55;
 
+// What an enumeration lists.
+constexpr int enumerated =
+    Tavrin::kListReadOnly | Tavrin::kListReadWrite | Tavrin::kDefaultLanguage;
+
 constexpr unsigned firstCapacity = 4;
 // A table that has grown so far is emptied instead of growing on: its names come and go.
 constexpr unsigned greatestCapacity = 16384;
@@ -42,6 +46,11 @@ bool isReadable(InfoType type)
 {
     return type == Tavrin::kInfoReadOnly || type == Tavrin::kInfoReadWrite ||
            type == Tavrin::kInfoReadWriteMethod || type == Tavrin::kInfoReadOnlyMethod;
+}
+
+bool isWritable(InfoType type)
+{
+    return type == Tavrin::kInfoReadWrite || type == Tavrin::kInfoReadWriteMethod;
 }
 
 bool isMethod(InfoType type)
@@ -57,19 +66,6 @@ unsigned indexOfNumber(double number)
         return noIndex;
     const auto index = static_cast<unsigned>(number);
     return index == number ? index : noIndex;
-}
-
-// The arguments on the value stack, from `first` on. False if reading one of them threw.
-bool readArguments(EngineData &engine, duk_context *ctx, duk_idx_t first, Array &args)
-{
-    const duk_idx_t count = duk_get_top(ctx);
-    for (duk_idx_t at = first; at < count; ++at) {
-        Variant argument;
-        if (!readValue(engine, ctx, at, argument))
-            return false;
-        args += argument;
-    }
-    return true;
 }
 
 } // namespace
@@ -255,11 +251,27 @@ Reply LiveRecord::read(duk_context *ctx, duk_idx_t key) noexcept
         const Locked locked(object);
         if (duk_is_number(ctx, key))
             return readElement(indexOfNumber(duk_get_number(ctx, key)));
-        const Name &name = engine.nameAt(ctx, key);
-        if (name.index != noIndex && collection != nullptr)
-            return readElement(name.index);
-        return readProperty(name);
+        return readNamed(engine.nameAt(ctx, key));
     });
+}
+
+Reply LiveRecord::read(const Name &name) noexcept
+{
+    return engine.steady([&] {
+        if (!object.isValid())
+            return invalid();
+        dropIfStale();
+        if (const Entry *entry = lookUp(name.serial); entry != nullptr && entry->method != nullptr)
+            return Reply(Reply::Kind::method, entry->method);
+        const Locked locked(object);
+        return readNamed(name);
+    });
+}
+
+Reply LiveRecord::readNamed(const Name &name)
+{
+    return name.index != noIndex && collection != nullptr ? readElement(name.index)
+                                                          : readProperty(name);
 }
 
 Reply LiveRecord::readElement(unsigned int index)
@@ -298,6 +310,8 @@ Reply LiveRecord::readProperty(const Name &name)
 
 Reply LiveRecord::write(duk_context *ctx, duk_idx_t key, duk_idx_t at) noexcept
 {
+    if (!duk_is_number(ctx, key))
+        return writeNamed(ctx, key, at);
     return engine.steady([&] {
         if (!object.isValid())
             return invalid();
@@ -305,12 +319,47 @@ Reply LiveRecord::write(duk_context *ctx, duk_idx_t key, duk_idx_t at) noexcept
         if (!readValue(engine, ctx, at, value))
             return Reply(Reply::Kind::thrown);
         const Locked locked(object);
-        if (duk_is_number(ctx, key))
-            return writeElement(indexOfNumber(duk_get_number(ctx, key)), value);
+        return writeElement(indexOfNumber(duk_get_number(ctx, key)), value);
+    });
+}
+
+Reply LiveRecord::writeNamed(duk_context *ctx, duk_idx_t key, duk_idx_t at) noexcept
+{
+    return engine.steady([&] {
+        if (!object.isValid())
+            return invalid();
         const Name &name = engine.nameAt(ctx, key);
-        if (name.index != noIndex && collection != nullptr)
-            return writeElement(name.index, value);
-        return writeProperty(name, value);
+        const bool isElement = name.index != noIndex && collection != nullptr;
+        if (!isElement && isUnknown(name))
+            return Reply(Reply::Kind::inherited);
+        Variant value;
+        if (!readValue(engine, ctx, at, value))
+            return Reply(Reply::Kind::thrown);
+        const Locked locked(object);
+        return isElement ? writeElement(name.index, value) : writeProperty(name, value);
+    });
+}
+
+// Whether there is no property of that name: the value has to be read only if there is.
+bool LiveRecord::isUnknown(const Name &name)
+{
+    if (lookUp(name.serial) != nullptr) [[likely]]
+        return false;
+    const Locked locked(object);
+    Entry *entry = nullptr;
+    return resolve(name, entry) == Found::nowhere;
+}
+
+Reply LiveRecord::add(duk_context *ctx, duk_idx_t key, duk_idx_t at) noexcept
+{
+    return engine.steady([&] {
+        if (!object.isValid())
+            return invalid();
+        Variant value;
+        if (!readValue(engine, ctx, at, value))
+            return Reply(Reply::Kind::thrown);
+        const Locked locked(object);
+        return writeProperty(engine.nameAt(ctx, key), value);
     });
 }
 
@@ -332,8 +381,7 @@ Reply LiveRecord::writeProperty(const Name &name, const Variant &value)
         int code = 0;
         if (entry->type == Tavrin::kInfoMethod)
             code = noSuchProperty;
-        else if (entry->type != Tavrin::kInfoReadWrite &&
-                 entry->type != Tavrin::kInfoReadWriteMethod)
+        else if (!isWritable(entry->type))
             code = isReadOnly;
         else
             code = object.put(id, value, &error);
@@ -417,6 +465,47 @@ Reply LiveRecord::removeProperty(const Name &name)
     return failed(code, id, false, error);
 }
 
+Reply LiveRecord::describe(duk_context *ctx, duk_idx_t key, PropertyTraits &traits) noexcept
+{
+    return engine.steady([&] {
+        if (!object.isValid())
+            return invalid();
+        const Locked locked(object);
+        const Name &name = engine.nameAt(ctx, key);
+        if (name.index != noIndex && collection != nullptr)
+            return describeElement(name.index, traits);
+        return describeProperty(name, traits);
+    });
+}
+
+Reply LiveRecord::describeElement(unsigned int index, PropertyTraits &traits)
+{
+    unsigned length = 0;
+    if (const int code = collection->getLength(length))
+        return engine.fail(code);
+    const bool isChangeable = !collection->isReadOnly();
+    traits = {.isWritable = isChangeable, .isEnumerable = true, .isRemovable = isChangeable};
+    return Reply(index < length);
+}
+
+Reply LiveRecord::describeProperty(const Name &name, PropertyTraits &traits)
+{
+    Entry *entry = nullptr;
+    forgetAll();
+    if (resolveAnew(name, entry) == Found::nowhere)
+        return Reply(false);
+    const Entry found = *entry;
+    Tavrin::SimpleArray ids;
+    if (const int code = object.enumerate(ids, enumerated))
+        return engine.fail(code);
+    const Tavrin::LiveProperty *added = object.findProperty(found.id);
+    traits = {.isWritable = isWritable(found.type),
+              .isEnumerable = ids.indexOf(found.id) >= 0,
+              .isRemovable =
+                  added != nullptr && (added->getFlags() & Tavrin::kPropertyPermanent) == 0};
+    return Reply(true);
+}
+
 Reply LiveRecord::enumerate(bool &isSame) noexcept
 {
     return engine.steady([&] {
@@ -430,8 +519,7 @@ Reply LiveRecord::enumerate(bool &isSame) noexcept
             if (const int code = collection->getLength(length))
                 return engine.fail(code);
         Tavrin::SimpleArray ids;
-        if (const int code = object.enumerate(ids, Tavrin::kListReadOnly | Tavrin::kListReadWrite |
-                                                       Tavrin::kDefaultLanguage))
+        if (const int code = object.enumerate(ids, enumerated))
             return engine.fail(code);
         isSame = hasNames && length == listedLength && ids == listed;
         listed = std::move(ids);
@@ -457,12 +545,12 @@ Reply LiveRecord::enumeratedName(unsigned int at) noexcept
 
 // Calls.
 
-Reply LiveRecord::callMethod(duk_context *ctx, Name &name)
+Reply LiveRecord::callMethod(duk_context *ctx, duk_idx_t count, const Name &name)
 {
     if (!object.isValid())
         return invalid();
-    Array args;
-    if (!readArguments(engine, ctx, 0, args))
+    Arguments args(engine);
+    if (!args.read(ctx, 0, count))
         return Reply(Reply::Kind::thrown);
     const Locked locked(object);
     Entry *entry = nullptr;
@@ -471,7 +559,8 @@ Reply LiveRecord::callMethod(duk_context *ctx, Name &name)
         Variant result;
         Error error;
         const int id = entry->id;
-        const int code = isMethod(entry->type) ? object.call(id, args, result, &error) : noFunction;
+        const int code =
+            isMethod(entry->type) ? object.call(id, args.get(), result, &error) : noFunction;
         if (code == 0) [[likely]]
             return engine.replyWith(result);
         if (code != noFunction || isRetry || (entry = lookUp(name.serial)) == nullptr ||
@@ -482,12 +571,13 @@ Reply LiveRecord::callMethod(duk_context *ctx, Name &name)
 }
 
 // A method of this object, on another one: the object decides whether that fits.
-Reply LiveRecord::applyMethod(duk_context *ctx, Name &name, LiveObject &thisObject)
+Reply LiveRecord::applyMethod(duk_context *ctx, duk_idx_t count, const Name &name,
+                              LiveObject &thisObject)
 {
     if (!object.isValid() || !thisObject.isValid())
         return invalid();
-    Array args;
-    if (!readArguments(engine, ctx, 0, args))
+    Arguments args(engine);
+    if (!args.read(ctx, 0, count))
         return Reply(Reply::Kind::thrown);
     const Locked locked(object);
     Entry *entry = nullptr;
@@ -496,7 +586,7 @@ Reply LiveRecord::applyMethod(duk_context *ctx, Name &name, LiveObject &thisObje
     Variant result;
     Error error;
     const int id = entry->id;
-    if (const int code = object.apply(thisObject, id, args, result, &error))
+    if (const int code = object.apply(thisObject, id, args.get(), result, &error))
         return failed(code, id, false, error);
     return engine.replyWith(result);
 }
@@ -506,13 +596,13 @@ Reply LiveRecord::callSelf(duk_context *ctx) noexcept
     return engine.steady([&] {
         if (!object.isValid())
             return invalid();
-        Array args;
-        if (!readArguments(engine, ctx, 0, args))
+        Arguments args(engine);
+        if (!args.read(ctx, 0, duk_get_top(ctx)))
             return Reply(Reply::Kind::thrown);
         const Locked locked(object);
         Variant result;
         Error error;
-        if (const int code = object.call(Tavrin::functionID, args, result, &error))
+        if (const int code = object.call(Tavrin::functionID, args.get(), result, &error))
             return failed(code, Tavrin::functionID, false, error);
         return engine.replyWith(result);
     });
@@ -524,15 +614,14 @@ Reply LiveRecord::callByName(duk_context *ctx) noexcept
     return engine.steady([&] {
         if (!object.isValid())
             return invalid();
-        Array args;
-        if (!readArguments(engine, ctx, 0, args))
+        Variant name;
+        Arguments args(engine);
+        if (!readValue(engine, ctx, 0, name) || !args.read(ctx, 1, duk_get_top(ctx) - 1))
             return Reply(Reply::Kind::thrown);
-        const String name = args[0].toString();
-        args.removeAt(0, 1);
         const Locked locked(object);
         Variant result;
         Error error;
-        if (const int code = object.call(name, args, result, &error))
+        if (const int code = object.call(name.toString(), args.get(), result, &error))
             return engine.fail(code, error);
         return engine.replyWith(result);
     });

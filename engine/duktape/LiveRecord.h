@@ -30,9 +30,18 @@ private:
     const Tavrin::Lockable &target;
 };
 
+// What a script may be told of a property.
+struct PropertyTraits
+{
+    bool isWritable = false;
+    bool isEnumerable = false;
+    bool isRemovable = false;
+};
+
 // LiveRecord: a live object as scripts see it. It is attached to two objects of the script heap:
-// the proxy, which the script has, and the proxy's target, which its traps receive. Owns:    one
-// reference to the live object. It dies with the proxy. Threads: the engine's, but for notify.
+// the proxy, which the script has, and the proxy's target, which its traps receive.
+// Owns:    one reference to the live object. It dies with the proxy.
+// Threads: the engine's, but for notify.
 class LiveRecord final : public Mortal, public Tavrin::Listener
 {
 public:
@@ -55,11 +64,17 @@ public:
     EngineData &getEngine() const { return engine; }
     bool isCollection() const { return collection != nullptr; }
 
-    // What the traps do, on the arguments that they have on the value stack. Steady.
+    // What the traps do, on the arguments that they have on the value stack. What the object does
+    // not know is `inherited`. Steady.
     Reply read(duk_context *ctx, duk_idx_t key) noexcept;
+    Reply read(const Name &name) noexcept;
     Reply write(duk_context *ctx, duk_idx_t key, duk_idx_t value) noexcept;
+    // The same for a name that neither the object nor its class knows.
+    Reply add(duk_context *ctx, duk_idx_t key, duk_idx_t value) noexcept;
     Reply has(duk_context *ctx, duk_idx_t key) noexcept;
     Reply remove(duk_context *ctx, duk_idx_t key) noexcept;
+    // Whether the object itself has the property, and its traits.
+    Reply describe(duk_context *ctx, duk_idx_t key, PropertyTraits &traits) noexcept;
     // Fills EngineData's list of ids: how many, or a failure. `isSame` tells that they are those of
     // the last time, whose names are still right.
     Reply enumerate(bool &isSame) noexcept;
@@ -69,9 +84,10 @@ public:
     Reply enumeratedName(unsigned int at) noexcept;
 
     // Calls the method of that name, on another object of its class if there is one, with the
-    // arguments on the value stack. May throw.
-    Reply callMethod(duk_context *ctx, Name &name);
-    Reply applyMethod(duk_context *ctx, Name &name, Tavrin::LiveObject &thisObject);
+    // first `count` values on the value stack as arguments. May throw.
+    Reply callMethod(duk_context *ctx, duk_idx_t count, const Name &name);
+    Reply applyMethod(duk_context *ctx, duk_idx_t count, const Name &name,
+                      Tavrin::LiveObject &thisObject);
     Reply callSelf(duk_context *ctx) noexcept;
     Reply callByName(duk_context *ctx) noexcept;
     Reply toText() noexcept;
@@ -109,12 +125,17 @@ private:
 
     Reply failed(int code, int id, bool isIndex, Tavrin::Error &error) noexcept;
     Reply invalid() noexcept;
+    Reply readNamed(const Name &name);
+    Reply writeNamed(duk_context *ctx, duk_idx_t key, duk_idx_t at) noexcept;
     Reply readElement(unsigned int index);
     Reply readProperty(const Name &name);
     Reply writeElement(unsigned int index, const Tavrin::Variant &value);
     Reply writeProperty(const Name &name, const Tavrin::Variant &value);
+    bool isUnknown(const Name &name);
     Reply addProperty(const Name &name, const Tavrin::Variant &value);
     Reply removeProperty(const Name &name);
+    Reply describeElement(unsigned int index, PropertyTraits &traits);
+    Reply describeProperty(const Name &name, PropertyTraits &traits);
     Reply callID(duk_context *ctx, const Name &name, Entry *entry, Found found);
 
     EngineData &engine;
@@ -135,6 +156,8 @@ private:
 
 // The traps of the proxies. Jumps.
 void defineTraps(duk_context *ctx, EngineData &engine);
+// The functions of the language that ask about a property. Jumps.
+void defineDescriptors(duk_context *ctx);
 // The prototypes of live objects and of collections. Jumps.
 void definePrototypes(duk_context *ctx, EngineData &engine);
 // The function behind a proxy that can be called. Jumps.

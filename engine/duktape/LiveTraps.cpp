@@ -5,6 +5,7 @@
 // is where Duktape looks whether they are enumerable. Pinned by tests/engine/LivePropertyTest.cpp
 // and LiveCollectionScriptTest.cpp.
 #include "duktape/Classes.h"
+#include "duktape/Definitions.h"
 #include "duktape/Failures.h"
 #include "duktape/LiveRecord.h"
 #include "duktape/Values.h"
@@ -40,21 +41,75 @@ void prepareKey(duk_context *ctx, const LiveRecord &record)
         duk_to_string(ctx, 1);
 }
 
+// The descriptor by which a prototype has the key, which is the second argument of the trap;
+// undefined if none has it.
+void pushInheritedDescriptor(duk_context *ctx, LiveRecord &record)
+{
+    duk_push_heapptr(ctx, record.getClass().prototype);
+    while (duk_is_object(ctx, -1)) {
+        duk_dup(ctx, 1);
+        duk_get_prop_desc(ctx, -2, 0);
+        if (duk_is_object(ctx, -1))
+            return;
+        duk_pop(ctx);
+        duk_get_prototype(ctx, -1);
+        duk_remove(ctx, -2);
+    }
+}
+
+// A getter of a prototype has the live object as `this`.
+duk_ret_t pushInherited(duk_context *ctx, LiveRecord &record)
+{
+    pushInheritedDescriptor(ctx, record);
+    if (!duk_is_object(ctx, -1))
+        return 0;
+    if (duk_get_prop_literal(ctx, -1, "get") == 0) {
+        duk_get_prop_literal(ctx, -2, "value");
+        return 1;
+    }
+    if (!duk_is_callable(ctx, -1))
+        return 0;
+    duk_push_heapptr(ctx, record.getProxy());
+    duk_call_method(ctx, 0);
+    return 1;
+}
+
+// The value, which is the third argument of the trap, goes to the setter of a prototype, or becomes
+// a new property. A getter alone refuses it.
+duk_ret_t pushAdded(duk_context *ctx, LiveRecord &record)
+{
+    pushInheritedDescriptor(ctx, record);
+    if (!duk_is_object(ctx, -1) || duk_get_prop_literal(ctx, -1, "set") == 0)
+        return pushReply(ctx, record.getEngine(), record.add(ctx, 1, 2));
+    const bool isSetter = duk_is_callable(ctx, -1) != 0;
+    if (isSetter) {
+        duk_push_heapptr(ctx, record.getProxy());
+        duk_dup(ctx, 2);
+        duk_call_method(ctx, 1);
+    }
+    duk_push_boolean(ctx, isSetter ? 1 : 0);
+    return 1;
+}
+
+// Nearly every key is a name that has been here before.
+Reply readKey(duk_context *ctx, LiveRecord &record)
+{
+    if (const auto *name = Blocks::find<Name>(duk_get_heapptr(ctx, 1))) [[likely]]
+        return record.read(*name);
+    prepareKey(ctx, record);
+    return record.read(ctx, 1);
+}
+
 duk_ret_t onGet(duk_context *ctx)
 {
     LiveRecord &record = recordOf(ctx);
-    if (!duk_is_string(ctx, 1))
-        prepareKey(ctx, record);
-    const Reply reply = record.read(ctx, 1);
+    const Reply reply = readKey(ctx, record);
     switch (reply.kind) {
     case Reply::Kind::number:
         duk_push_number(ctx, reply.number);
         return 1;
     case Reply::Kind::inherited:
-        duk_push_heapptr(ctx, record.getClass().prototype);
-        duk_dup(ctx, 1);
-        duk_get_prop(ctx, -2);
-        return 1;
+        return pushInherited(ctx, record);
     case Reply::Kind::method:
         duk_push_heapptr(ctx, reply.pointer);
         return 1;
@@ -71,7 +126,10 @@ duk_ret_t onSet(duk_context *ctx)
     LiveRecord &record = recordOf(ctx);
     if (!duk_is_string(ctx, 1))
         prepareKey(ctx, record);
-    return pushReply(ctx, record.getEngine(), record.write(ctx, 1, 2));
+    const Reply reply = record.write(ctx, 1, 2);
+    if (reply.kind == Reply::Kind::inherited)
+        return pushAdded(ctx, record);
+    return pushReply(ctx, record.getEngine(), reply);
 }
 
 duk_ret_t onHas(duk_context *ctx)
@@ -170,17 +228,6 @@ duk_ret_t onValueOf(duk_context *ctx)
     return 1;
 }
 
-duk_ret_t onHasOwnProperty(duk_context *ctx)
-{
-    LiveRecord &record = thisRecord(ctx);
-    stringKey(ctx, 0);
-    const Reply reply = record.has(ctx, 0);
-    if (reply.kind != Reply::Kind::inherited)
-        return pushReply(ctx, record.getEngine(), reply);
-    duk_push_false(ctx);
-    return 1;
-}
-
 duk_ret_t onCallMethod(duk_context *ctx)
 {
     LiveRecord &record = thisRecord(ctx);
@@ -193,25 +240,13 @@ void defineMethod(duk_context *ctx, const char *name, duk_c_function function, i
 {
     duk_push_string(ctx, name);
     duk_push_c_function(ctx, function, argumentCount);
-    duk_def_prop(ctx, -3,
-                 DUK_DEFPROP_HAVE_VALUE | DUK_DEFPROP_SET_WRITABLE | DUK_DEFPROP_SET_CONFIGURABLE |
-                     DUK_DEFPROP_HAVE_ENUMERABLE);
+    defineHidden(ctx, -3);
 }
 
 // What collections share with arrays: all that reads.
 constexpr const char *arrayMethods[] = {"concat",  "every",       "filter",      "forEach",
                                         "indexOf", "join",        "lastIndexOf", "map",
                                         "reduce",  "reduceRight", "slice",       "some"};
-
-// Keeps the object on top of the value stack alive, under that name.
-void *pushKept(duk_context *ctx, const char *name)
-{
-    duk_push_global_stash(ctx);
-    duk_dup(ctx, -2);
-    duk_put_prop_string(ctx, -2, name);
-    duk_pop(ctx);
-    return duk_get_heapptr(ctx, -1);
-}
 
 } // namespace
 
@@ -232,7 +267,6 @@ void definePrototypes(duk_context *ctx, EngineData &engine)
     duk_push_object(ctx);
     defineMethod(ctx, "toString", onToString, 0);
     defineMethod(ctx, "valueOf", onValueOf, 0);
-    defineMethod(ctx, "hasOwnProperty", onHasOwnProperty, 1);
     defineMethod(ctx, "callMethod", onCallMethod, DUK_VARARGS);
     engine.livePrototype = pushKept(ctx, "live");
 
@@ -242,9 +276,7 @@ void definePrototypes(duk_context *ctx, EngineData &engine)
     for (const char *name : arrayMethods) {
         duk_push_string(ctx, name);
         duk_get_prop_string(ctx, -2, name);
-        duk_def_prop(ctx, -5,
-                     DUK_DEFPROP_HAVE_VALUE | DUK_DEFPROP_SET_WRITABLE |
-                         DUK_DEFPROP_SET_CONFIGURABLE | DUK_DEFPROP_HAVE_ENUMERABLE);
+        defineHidden(ctx, -5);
     }
     duk_pop_2(ctx);
     duk_dup(ctx, -2);

@@ -8,6 +8,7 @@
 #include <tavrin/Error.h>
 
 #include "duktape/Classes.h"
+#include "duktape/Definitions.h"
 #include "duktape/Failures.h"
 #include "duktape/Values.h"
 
@@ -100,23 +101,19 @@ void setProperty(THashTable<Variant> &properties, const String &name, Variant &&
     properties.set(name, made, false);
 }
 
-ScriptObject *make(EngineData &engine, void *block, int tag) noexcept
+ScriptObject *newObject(EngineData &engine, void *block, int tag)
 {
-    ScriptObject *made = nullptr;
-    engine.steady([&] {
-        made = new ScriptObject(engine, block, tag);
-        return Reply();
-    });
-    return made;
+    return new ScriptObject(engine, block, tag);
 }
 
-bool findRoot(EngineData &engine, unsigned int &slot) noexcept
+// A new record of the object at that place. Jumps.
+ScriptObject &pushedObject(duk_context *ctx, EngineData &engine, duk_idx_t at, int tag)
 {
-    const Reply reply = engine.steady([&] {
-        slot = engine.freeRoot();
-        return Reply();
-    });
-    return !reply.isFailure();
+    void *block = duk_get_heapptr(ctx, at);
+    ScriptObject *object = engine.made([&] { return newObject(engine, block, tag); });
+    if (object == nullptr)
+        throwFailure(ctx, engine);
+    return *object;
 }
 
 // The text on top of the value stack is the pattern of an expression. Steady.
@@ -290,23 +287,12 @@ int ScriptObject::setProperties(const THashTable<Variant> &properties, Error *er
 ScriptObject &pushScriptObject(duk_context *ctx, EngineData &engine, duk_idx_t at)
 {
     at = duk_normalize_index(ctx, at);
-    unsigned int slot = 0;
-    if (!findRoot(engine, slot))
-        throwFailure(ctx, engine);
-    void *block = duk_get_heapptr(ctx, at);
-    auto *object = Blocks::find<ScriptObject>(block);
+    auto *object = Blocks::find<ScriptObject>(duk_get_heapptr(ctx, at));
     if (object == nullptr)
-        object = make(engine, block, tagOf(ctx, engine, at));
-    if (object == nullptr)
-        throwFailure(ctx, engine);
+        object = &pushedObject(ctx, engine, at, tagOf(ctx, engine, at));
     if (object->classTag == Object::regExpTag)
         pushExpression(ctx, engine, *object, at);
-    duk_push_heapptr(ctx, engine.roots);
-    duk_dup(ctx, at);
-    duk_put_prop_index(ctx, -2, slot);
-    duk_pop(ctx);
-    engine.noteRoot();
-    object->setRoot(slot);
+    object->setRoot(defineRoot(ctx, engine, at));
     return *object;
 }
 
@@ -318,11 +304,9 @@ void pushUnassigned(duk_context *ctx, EngineData &engine, const Variant &value)
         duk_push_heapptr(ctx, itsClass->prototype);
         duk_set_prototype(ctx, -2);
     }
-    auto *object = make(engine, duk_get_heapptr(ctx, -1), 0);
-    if (object == nullptr)
-        throwFailure(ctx, engine);
-    object->data = value.getObjectData();
-    object->objectID = value.getInteger();
+    ScriptObject &object = pushedObject(ctx, engine, -1, 0);
+    object.data = value.getObjectData();
+    object.objectID = value.getInteger();
 }
 
 } // namespace TvScript

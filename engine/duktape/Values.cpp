@@ -56,23 +56,15 @@ Reply store(EngineData &engine, duk_context *ctx, Variant &out) noexcept
 
 Array *makeArray(EngineData &engine, Variant &out, unsigned length) noexcept
 {
-    Array *made = nullptr;
-    engine.steady([&] {
+    return engine.made([&] {
         out.setArray(Array(length));
-        made = out.getArray();
-        return Reply();
+        return out.getArray();
     });
-    return made;
 }
 
 Variant *elementOf(EngineData &engine, Array &array, unsigned index) noexcept
 {
-    Variant *element = nullptr;
-    engine.steady([&] {
-        element = &array[index];
-        return Reply();
-    });
-    return element;
+    return engine.made([&] { return &array[index]; });
 }
 
 struct Reading
@@ -256,17 +248,15 @@ void pushObject(duk_context *ctx, EngineData &engine, const Variant &value)
 // by whoever gets it.
 Variant *replacementOf(EngineData &engine, const Variant &value) noexcept
 {
-    Variant *slot = nullptr;
-    engine.steady([&] {
+    return engine.made([&] {
         Tavrin::InterfacePtr<LiveObject> live;
-        slot = &engine.takeSlot();
+        Variant &slot = engine.takeSlot();
         if (value.getAsLiveObject(live))
-            slot->setLiveObject(live.get(), 0);
+            slot.setLiveObject(live.get(), 0);
         else
-            slot->setString(value.toString());
-        return Reply();
+            slot.setString(value.toString());
+        return &slot;
     });
-    return slot;
 }
 
 void pushReplacement(duk_context *ctx, EngineData &engine, const Variant &value)
@@ -289,7 +279,7 @@ Bytes encode(EngineData &engine, const String &text) noexcept
     return bytes;
 }
 
-struct NewClass
+struct NewRecord
 {
     LiveObject &object;
     ClassRecord &itsClass;
@@ -297,13 +287,15 @@ struct NewClass
     void *target;
 };
 
-bool adopt(EngineData &engine, const NewClass &made) noexcept
+// The record belongs to the proxy.
+LiveRecord *newRecord(EngineData &engine, const NewRecord &wanted)
 {
-    const Reply reply = engine.steady([&] {
-        new LiveRecord(engine, made.object, made.itsClass, made.proxy, made.target);
-        return Reply();
-    });
-    return !reply.isFailure();
+    return new LiveRecord(engine, wanted.object, wanted.itsClass, wanted.proxy, wanted.target);
+}
+
+bool adopt(EngineData &engine, const NewRecord &wanted) noexcept
+{
+    return engine.made([&] { return newRecord(engine, wanted); }) != nullptr;
 }
 
 // Whether the object itself is a function. What every object answers for functionID tells nothing.
@@ -442,6 +434,8 @@ void pushLiveObject(duk_context *ctx, EngineData &engine, LiveObject &object)
     void *target = duk_get_heapptr(ctx, -1);
     duk_push_heapptr(ctx, engine.handler);
     duk_push_proxy(ctx, 0);
+    duk_push_heapptr(ctx, itsClass.prototype); // there is no trap for those who ask for it
+    duk_set_prototype(ctx, -2);
     if (!adopt(engine, {object, itsClass, duk_get_heapptr(ctx, -1), target}))
         throwFailure(ctx, engine);
 }

@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: MIT
 // How scripts call methods of live objects, and the objects themselves.
+#include <vector>
+
 #include "engine/ScriptTest.h"
+
+#include "support/MemoryFailure.h"
+#include "support/TestAllocator.h"
 
 namespace Tavrin::test {
 namespace {
@@ -13,6 +18,72 @@ TEST_F(LiveCallScript, MethodsReceiveTheirArgumentsAndGiveResults)
     EXPECT_EQ(tell("box.echo(1, 'a', null, undefined, true).length"), "5");
     EXPECT_EQ(tell("box.echo().length"), "0");
     EXPECT_EQ(tell("box.echo.apply(box, [7, 8])[1]"), "8");
+}
+
+// The list of the arguments serves many calls.
+TEST_F(LiveCallScript, ArgumentsThatTheApplicationKeepsStayAsTheyAre)
+{
+    std::vector<Array> kept;
+    engine().setFunction("keep", [&kept](const Array &args, Variant &result, Error *) {
+        kept.push_back(args);
+        result = int(args.length());
+        return 0;
+    });
+    EXPECT_EQ(tell("[keep(1, 'a', box), keep(2), keep(), keep(3, 'b', [4]), keep(5)].join()"),
+              "3,1,0,3,1");
+    ASSERT_EQ(kept.size(), 5u);
+    EXPECT_EQ(kept[0][0].getDouble(), 1);
+    EXPECT_EQ(kept[0][1].getString(), "a");
+    EXPECT_EQ(kept[0][2].getLiveObject(), box.get());
+    EXPECT_EQ(kept[1].length(), 1u);
+    EXPECT_EQ(kept[1][0].getDouble(), 2);
+    EXPECT_EQ(kept[2].length(), 0u);
+    EXPECT_EQ(kept[3][1].getString(), "b");
+    EXPECT_EQ((*kept[3][2].getArray())[0].getDouble(), 4);
+    EXPECT_EQ(kept[4][0].getDouble(), 5);
+}
+
+TEST_F(LiveCallScript, ArgumentsAreLetGoAfterTheCall)
+{
+    run("box.echo(new Date, 'text', [1], box); box.echo(1)");
+    run("(function () { var other = {}; box.echo(other, other); })()");
+    const int held = engine().heldObjects();
+    endEngine();
+    EXPECT_EQ(held, 1);
+    EXPECT_EQ(box->getRefCount(), 1);
+}
+
+TEST_F(LiveCallScript, ACallMayHaveManyArguments)
+{
+    const char *script = "var list = []; for (var i = 0; i < 500; ++i) list.push(i);"
+                         "for (var i = 0; i < 3; ++i) list = box.echo.apply(box, list);"
+                         "list.length + ' ' + list[499] + ' ' + box.echo(7)[0]";
+    EXPECT_EQ(tell(script), "500 499 7");
+}
+
+TEST_F(LiveCallScript, ACallInACallHasArgumentsOfItsOwn)
+{
+    engine().setFunction("apply", [](const Array &args, Variant &result, Error *error) {
+        const double before = args[1].getDouble();
+        if (const int code = TvScript::Engine::call(args[0], Array() += before, result, error))
+            return code;
+        result = result.getDouble() + args[1].getDouble() - before;
+        return 0;
+    });
+    EXPECT_EQ(tell("function down(n) { return n > 0 ? apply(down, n - 1) + 1 : 0; } down(20)"),
+              "20");
+}
+
+TEST_F(LiveCallScript, ACallWithANumberAllocatesNothing)
+{
+    run("function callMany(n) { for (var i = 0; i < n; ++i) box.grow(0); } callMany(10)");
+    const WithoutBlockCache cacheOff;
+    const auto allocationsOf = [&](const char *text) {
+        const std::int64_t before = TestAllocator::shared().allocations();
+        run(text);
+        return TestAllocator::shared().allocations() - before;
+    };
+    EXPECT_EQ(allocationsOf("callMany(1000)"), allocationsOf("callMany(2000)"));
 }
 
 TEST_F(LiveCallScript, AMethodIsTheSameFunctionForAllObjectsOfAClass)

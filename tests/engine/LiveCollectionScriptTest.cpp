@@ -103,6 +103,21 @@ TEST_F(LiveCollectionScript, EnumerationBeginsWithTheIndexes)
     EXPECT_EQ(tell("Object.keys(list).join()"), "0,colour,length");
 }
 
+TEST_F(LiveCollectionScript, DescriptorsTellOfElements)
+{
+    const auto squares = make<Squares>();
+    engine().setGlobal("squares", *squares);
+    run("function tell(object, name) {"
+        " var found = Object.getOwnPropertyDescriptor(object, name);"
+        " return found && [found.value, found.writable, found.enumerable, found.configurable]"
+        ".join(); }");
+    EXPECT_EQ(tell("tell(list, 1)"), "two,true,true,true");
+    EXPECT_EQ(tell("tell(squares, '4')"), "16,false,true,false");
+    EXPECT_EQ(tell("tell(list, 3) + ',' + tell(squares, 'length')"),
+              "undefined,5,false,true,false");
+    EXPECT_EQ(tell("list.hasOwnProperty(2) + ',' + list.hasOwnProperty(3)"), "true,false");
+}
+
 TEST_F(LiveCollectionScript, ReadingMethodsOfArraysWorkOnCollections)
 {
     const auto squares = make<Squares>();

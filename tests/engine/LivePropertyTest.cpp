@@ -118,6 +118,86 @@ TEST_F(LivePropertyScript, UnlistedPropertiesAreNotEnumerated)
     EXPECT_EQ(tell("'secret' in box"), "true");
 }
 
+TEST_F(LivePropertyScript, ADescriptorTellsWhatIsKnownOfAProperty)
+{
+    run("box.colour = 'red'; function tell(name) {"
+        " var found = Object.getOwnPropertyDescriptor(box, name);"
+        " return found && [found.value, found.writable, found.enumerable, found.configurable]"
+        ".join(); }");
+    int id = 0;
+    box->createIDForName("secret", id, kInfoReadWrite | kPropertyUnlisted | kPropertyPermanent);
+    EXPECT_EQ(tell("tell('width')"), "1,true,true,false");
+    EXPECT_EQ(tell("tell('area')"), "1,false,true,false");
+    EXPECT_EQ(tell("tell('colour')"), "red,true,true,true");
+    EXPECT_EQ(tell("tell('secret')"), ",true,false,false");
+    EXPECT_EQ(tell("var grow = Object.getOwnPropertyDescriptor(box, 'grow');"
+                   "(grow.value === box.grow) + ',' + grow.writable + ',' + grow.enumerable"),
+              "true,false,false");
+    EXPECT_EQ(tell("tell('never') + ',' + tell('toString')"), "undefined,undefined");
+    EXPECT_EQ(tell("Reflect.getOwnPropertyDescriptor(box, 'width').value"), "1");
+}
+
+TEST_F(LivePropertyScript, DescriptorsOfOtherObjectsAreAsEver)
+{
+    EXPECT_EQ(tell("JSON.stringify(Object.getOwnPropertyDescriptor([7], 0))"),
+              R"({"value":7,"writable":true,"enumerable":true,"configurable":true})");
+    EXPECT_EQ(tell("typeof Object.getOwnPropertyDescriptor({get a() {}}, 'a').get"), "function");
+    EXPECT_EQ(tell("try { Object.getOwnPropertyDescriptor() } catch (e) { e.name }"), "TypeError");
+    EXPECT_EQ(
+        tell("var o = Object.create({b: 1}, {a: {value: 1}, c: {value: 2, enumerable: true}});"
+             "[o.hasOwnProperty('a'), o.hasOwnProperty('b'), o.propertyIsEnumerable('a'),"
+             " o.propertyIsEnumerable('c')].join()"),
+        "true,false,false,true");
+    EXPECT_EQ(tell("Object.getOwnPropertyDescriptor.name + Object.prototype.hasOwnProperty.length"),
+              "getOwnPropertyDescriptor1");
+    EXPECT_EQ(tell("Object.keys(Object.prototype).length"), "0");
+}
+
+TEST_F(LivePropertyScript, TheFunctionsOfObjectKnowItsProperties)
+{
+    EXPECT_EQ(tell("var has = Object.prototype.hasOwnProperty, names = [];"
+                   "for (var name in box) if (has.call(box, name)) names.push(name);"
+                   "names.join() + has.call(box, 'grow') + has.call(box, 'never')"),
+              "width,area,label,anytruefalse");
+    EXPECT_EQ(tell("[box.propertyIsEnumerable('width'), box.propertyIsEnumerable('grow'),"
+                   " box.propertyIsEnumerable('never')].join()"),
+              "true,false,false");
+}
+
+TEST_F(LivePropertyScript, AccessorsOfThePrototypeWorkOnTheObject)
+{
+    run("Object.defineProperty(Object.getPrototypeOf(box), 'twice', {configurable: true,"
+        " get: function () { return this.width * 2; },"
+        " set: function (value) { this.width = value / 2; }});"
+        "Object.defineProperty(Object.getPrototypeOf(box), 'self', {get: function () {"
+        " return this; }});"
+        "Object.defineProperty(Object.getPrototypeOf(box), 'sink', {set: function (value) {"
+        " this.label = value; }});");
+    EXPECT_EQ(tell("box.width = 4; box.twice"), "8");
+    EXPECT_EQ(tell("box.twice = 20; box.width"), "10");
+    EXPECT_EQ(tell("box.self === box"), "true");
+    EXPECT_EQ(tell("box.self = 1; box.self === box"), "true");
+    EXPECT_EQ(fail("'use strict'; box.self = 1").substr(0, 3), "54:");
+    EXPECT_EQ(tell("box.sink = 'down'; box.label + box.sink"), "downundefined");
+    EXPECT_EQ(tell("Object.keys(box).join()"), "width,area,label,any");
+    EXPECT_EQ(fail("\nbox.twice = -2"), "41: width is out of range @test.js:1");
+    EXPECT_EQ(tell("Object.getPrototypeOf(box).plain = 1; box.plain = 2;"
+                   "box.plain + Object.keys(box)[0]"),
+              "2plain");
+}
+
+TEST_F(LivePropertyScript, ThePrototypeIsThatOfTheClass)
+{
+    const auto other = make<Box>();
+    engine().setGlobal("other", *other);
+    EXPECT_EQ(tell("Object.getPrototypeOf(box) === Object.getPrototypeOf(other)"), "true");
+    EXPECT_EQ(tell("box.__proto__ === Object.getPrototypeOf(box)"), "true");
+    EXPECT_EQ(tell("Object.prototype.isPrototypeOf(box)"), "true");
+    EXPECT_EQ(tell("Object.getPrototypeOf(box).hello = function () { return this.width; };"
+                   "other.width = 3; other.hello()"),
+              "3");
+}
+
 TEST_F(LivePropertyScript, JsonSeesTheProperties)
 {
     EXPECT_EQ(tell("JSON.stringify(box)"), R"({"width":1,"area":1,"label":""})");
