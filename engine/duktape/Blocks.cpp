@@ -25,10 +25,12 @@ void *Blocks::allocate(void *blocks, std::size_t size) noexcept
 
 std::uintptr_t *Blocks::makeBlock(std::size_t size) noexcept
 {
-    try {
-        return static_cast<std::uintptr_t *>(Tavrin::Heap::operator new(size));
-    } catch (const std::bad_alloc &) {
-        refused = true;
+    if (!isInVain(size)) {
+        try {
+            return static_cast<std::uintptr_t *>(Tavrin::Heap::operator new(size));
+        } catch (const std::bad_alloc &) {
+            noteRefusal(size);
+        }
     }
     const std::size_t taken = (size + headSize - 1) / headSize * headSize;
     if (reserve == nullptr || reserveSize - reserveUsed < taken)
@@ -38,8 +40,16 @@ std::uintptr_t *Blocks::makeBlock(std::size_t size) noexcept
     return static_cast<std::uintptr_t *>(block);
 }
 
+void Blocks::noteRefusal(std::size_t size) noexcept
+{
+    refused = true;
+    refusedSize = refusals == 0 ? size : std::min(refusedSize, size);
+    ++refusals;
+}
+
 void Blocks::freeBlock(std::uintptr_t *head) noexcept
 {
+    refusals = 0;
     const auto *place = reinterpret_cast<const char *>(head);
     if (reserve == nullptr || place < reserve || place >= reserve + reserveSize) [[likely]]
         Tavrin::Heap::operator delete(head);

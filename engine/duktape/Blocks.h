@@ -83,7 +83,7 @@ public:
     bool wasLast(const void *block) const { return block == last; }
     // Whether memory has run out since the last call of forgetRefusals.
     bool hasRefused() const { return refused; }
-    void forgetRefusals() { refused = false; }
+    void forgetRefusals() { refused = false, refusals = 0; }
 
 private:
     static constexpr std::uintptr_t attachedBit = 1;
@@ -104,6 +104,14 @@ private:
 
     std::uintptr_t *makeBlock(std::size_t size) noexcept;
     void freeBlock(std::uintptr_t *head) noexcept;
+    // Without memory Duktape tries to shrink each of its objects, again and again. It is not worth
+    // asking for all of that when nothing has been freed since the last refusals.
+    static constexpr int mostRefusals = 32;
+    bool isInVain(std::size_t size) const
+    {
+        return refusals >= mostRefusals && size >= refusedSize;
+    }
+    void noteRefusal(std::size_t size) noexcept;
 
     static std::uintptr_t &headOf(void *block) noexcept
     {
@@ -116,6 +124,8 @@ private:
 
     const void *last = nullptr;
     bool refused = false;
+    int refusals = 0;            // since the last block was freed
+    std::size_t refusedSize = 0; // the smallest of them
     char *reserve = nullptr;
     std::size_t reserveUsed = 0;
 };

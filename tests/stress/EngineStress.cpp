@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Scripts that make, use and drop live objects by the million, and callbacks that the application
-// keeps for a while: resident memory and the number of objects have to stay flat.
-//   engine_stress [--objects n] [--quick]
+// keeps for a while: resident memory and the number of objects have to stay flat. With --memory,
+// the sweeps of tests/engine/EngineMemoryTest.cpp with each request for memory failing in turn.
+//   engine_stress [--objects n] [--quick] [--memory]
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -14,7 +15,7 @@
 #include <tavrin/LiveObject.h>
 #include <tvscript/Engine.h>
 
-#include "engine/ScriptTest.h"
+#include "engine/MemorySweep.h"
 
 namespace {
 
@@ -70,6 +71,7 @@ int run(int objects)
     if (engine.evaluate(script, "stress.js", result) != 0)
         return 1;
     long settled = 0;
+    long middle = 0;
     long peak = 0;
     int mostHeld = 0;
     const int rounds = (objects + roundSize - 1) / roundSize;
@@ -88,19 +90,42 @@ int run(int objects)
         peak = std::max(peak, residentKiB());
         if (at == rounds / 10)
             settled = residentKiB();
+        if (at == rounds / 2)
+            middle = residentKiB();
     }
     kept.erase();
     engine.collectGarbage();
     engine.collectGarbage();
     LiveObject::removeFactory("Box");
-    std::printf("%d objects: resident %ld KiB after a tenth, %ld at most, %ld at the end; "
-                "at most %d held, %d left\n",
-                rounds * roundSize, settled, peak, residentKiB(), mostHeld, engine.heldObjects());
+    std::printf("%d objects: resident %ld KiB after a tenth, %ld in the middle, %ld at most, "
+                "%ld at the end; at most %d held, %d left\n",
+                rounds * roundSize, settled, middle, peak, residentKiB(), mostHeld,
+                engine.heldObjects());
     // Sanitizers hold released memory back.
     const bool isResidentFlat = TAVRIN_SANITIZED || residentKiB() - settled < 16 * 1024;
     const bool isFlat = isResidentFlat && engine.heldObjects() == 0;
     std::printf("%s\n", isFlat ? "flat" : "NOT FLAT");
     return isFlat ? 0 : 1;
+}
+
+bool report(const char *name, const test::MemorySweep &seen)
+{
+    std::printf("%s: %d runs, %d without memory\n%s", name, seen.runs, seen.shortages,
+                seen.fault.c_str());
+    return seen.fault.empty();
+}
+
+int sweepAll()
+{
+    Allocator::set(&test::TestAllocator::shared());
+    bool isSound = report("start", test::sweepStart(1));
+    for (const String script : test::memoryScripts)
+        isSound &= report(test::utf8(script).c_str(),
+                          test::sweepMemory(0, 1, [&](test::MemoryScene &scene) {
+                              return scene.evaluate(script);
+                          }));
+    Allocator::set(nullptr);
+    return isSound ? 0 : 1;
 }
 
 } // namespace
@@ -110,11 +135,13 @@ int main(int argc, char **argv)
     CLI::App app("Live objects in scripts, by the million");
     int objects = 1000000;
     bool quick = false;
+    bool memory = false;
     app.add_option("--objects", objects, "How many objects the scripts make");
     app.add_flag("--quick", quick, "A short run");
+    app.add_flag("--memory", memory, "Let requests for memory fail instead");
     CLI11_PARSE(app, argc, argv);
     Tavrin::InitTerm::init();
-    const int code = run(quick ? 2 * roundSize : objects);
+    const int code = memory ? sweepAll() : run(quick ? 2 * roundSize : objects);
     Tavrin::InitTerm::exit();
     return code != 0 || Box::living() != 0 ? 1 : 0;
 }
