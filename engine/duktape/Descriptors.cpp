@@ -81,7 +81,8 @@ duk_ret_t onGetOwnPropertyDescriptor(duk_context *ctx)
     return 1;
 }
 
-duk_ret_t onHasOwnProperty(duk_context *ctx)
+// A method of the object that answers yes or no.
+duk_ret_t pushAnswer(duk_context *ctx, bool (*answerOf)(const PropertyTraits &))
 {
     const Question question = questionOfThis(ctx);
     if (question.record == nullptr) {
@@ -89,20 +90,18 @@ duk_ret_t onHasOwnProperty(duk_context *ctx)
         return pushOriginal(ctx);
     }
     PropertyTraits traits;
-    duk_push_boolean(ctx, pushTraits(ctx, question, traits) ? 1 : 0);
+    duk_push_boolean(ctx, pushTraits(ctx, question, traits) && answerOf(traits) ? 1 : 0);
     return 1;
+}
+
+duk_ret_t onHasOwnProperty(duk_context *ctx)
+{
+    return pushAnswer(ctx, [](const PropertyTraits &) { return true; });
 }
 
 duk_ret_t onPropertyIsEnumerable(duk_context *ctx)
 {
-    const Question question = questionOfThis(ctx);
-    if (question.record == nullptr) {
-        duk_pop(ctx);
-        return pushOriginal(ctx);
-    }
-    PropertyTraits traits;
-    duk_push_boolean(ctx, pushTraits(ctx, question, traits) && traits.isEnumerable ? 1 : 0);
-    return 1;
+    return pushAnswer(ctx, [](const PropertyTraits &traits) { return traits.isEnumerable; });
 }
 
 // Puts the function in the place of the one of that name in the object on top of the value stack.

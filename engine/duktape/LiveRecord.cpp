@@ -243,11 +243,27 @@ Reply LiveRecord::invalid() noexcept
     return engine.fail(objectIsInvalid);
 }
 
+// Runs the steady half of a trap.
+template <class Work>
+Reply LiveRecord::ifValid(Work work) noexcept
+{
+    return engine.steady([&] { return object.isValid() ? work() : invalid(); });
+}
+
+// Reads the value at that place before the object is locked: that may run scripts.
+template <class Store>
+Reply LiveRecord::store(duk_context *ctx, duk_idx_t at, Store put)
+{
+    Variant value;
+    if (!readValue(engine, ctx, at, value))
+        return Reply(Reply::Kind::thrown);
+    const Locked locked(object);
+    return put(value);
+}
+
 Reply LiveRecord::read(duk_context *ctx, duk_idx_t key) noexcept
 {
-    return engine.steady([&] {
-        if (!object.isValid())
-            return invalid();
+    return ifValid([&] {
         const Locked locked(object);
         if (duk_is_number(ctx, key))
             return readElement(indexOfNumber(duk_get_number(ctx, key)));
@@ -257,9 +273,7 @@ Reply LiveRecord::read(duk_context *ctx, duk_idx_t key) noexcept
 
 Reply LiveRecord::read(const Name &name) noexcept
 {
-    return engine.steady([&] {
-        if (!object.isValid())
-            return invalid();
+    return ifValid([&] {
         dropIfStale();
         if (const Entry *entry = lookUp(name.serial); entry != nullptr && entry->method != nullptr)
             return Reply(Reply::Kind::method, entry->method);
@@ -310,33 +324,18 @@ Reply LiveRecord::readProperty(const Name &name)
 
 Reply LiveRecord::write(duk_context *ctx, duk_idx_t key, duk_idx_t at) noexcept
 {
-    if (!duk_is_number(ctx, key))
-        return writeNamed(ctx, key, at);
-    return engine.steady([&] {
-        if (!object.isValid())
-            return invalid();
-        Variant value;
-        if (!readValue(engine, ctx, at, value))
-            return Reply(Reply::Kind::thrown);
-        const Locked locked(object);
-        return writeElement(indexOfNumber(duk_get_number(ctx, key)), value);
-    });
-}
-
-Reply LiveRecord::writeNamed(duk_context *ctx, duk_idx_t key, duk_idx_t at) noexcept
-{
-    return engine.steady([&] {
-        if (!object.isValid())
-            return invalid();
+    return ifValid([&] {
+        if (duk_is_number(ctx, key))
+            return store(ctx, at, [&](const Variant &value) {
+                return writeElement(indexOfNumber(duk_get_number(ctx, key)), value);
+            });
         const Name &name = engine.nameAt(ctx, key);
         const bool isElement = name.index != noIndex && collection != nullptr;
         if (!isElement && isUnknown(name))
             return Reply(Reply::Kind::inherited);
-        Variant value;
-        if (!readValue(engine, ctx, at, value))
-            return Reply(Reply::Kind::thrown);
-        const Locked locked(object);
-        return isElement ? writeElement(name.index, value) : writeProperty(name, value);
+        return store(ctx, at, [&](const Variant &value) {
+            return isElement ? writeElement(name.index, value) : writeProperty(name, value);
+        });
     });
 }
 
@@ -352,14 +351,10 @@ bool LiveRecord::isUnknown(const Name &name)
 
 Reply LiveRecord::add(duk_context *ctx, duk_idx_t key, duk_idx_t at) noexcept
 {
-    return engine.steady([&] {
-        if (!object.isValid())
-            return invalid();
-        Variant value;
-        if (!readValue(engine, ctx, at, value))
-            return Reply(Reply::Kind::thrown);
-        const Locked locked(object);
-        return writeProperty(engine.nameAt(ctx, key), value);
+    return ifValid([&] {
+        return store(ctx, at, [&](const Variant &value) {
+            return writeProperty(engine.nameAt(ctx, key), value);
+        });
     });
 }
 
@@ -410,9 +405,7 @@ Reply LiveRecord::addProperty(const Name &name, const Variant &value)
 
 Reply LiveRecord::has(duk_context *ctx, duk_idx_t key) noexcept
 {
-    return engine.steady([&] {
-        if (!object.isValid())
-            return invalid();
+    return ifValid([&] {
         const Locked locked(object);
         const Name &name = engine.nameAt(ctx, key);
         if (name.index != noIndex && collection != nullptr) {
@@ -433,9 +426,7 @@ Reply LiveRecord::has(duk_context *ctx, duk_idx_t key) noexcept
 
 Reply LiveRecord::remove(duk_context *ctx, duk_idx_t key) noexcept
 {
-    return engine.steady([&] {
-        if (!object.isValid())
-            return invalid();
+    return ifValid([&] {
         const Locked locked(object);
         const Name &name = engine.nameAt(ctx, key);
         if (name.index != noIndex && collection != nullptr) {
@@ -467,9 +458,7 @@ Reply LiveRecord::removeProperty(const Name &name)
 
 Reply LiveRecord::describe(duk_context *ctx, duk_idx_t key, PropertyTraits &traits) noexcept
 {
-    return engine.steady([&] {
-        if (!object.isValid())
-            return invalid();
+    return ifValid([&] {
         const Locked locked(object);
         const Name &name = engine.nameAt(ctx, key);
         if (name.index != noIndex && collection != nullptr)
@@ -593,9 +582,7 @@ Reply LiveRecord::applyMethod(duk_context *ctx, duk_idx_t count, const Name &nam
 
 Reply LiveRecord::callSelf(duk_context *ctx) noexcept
 {
-    return engine.steady([&] {
-        if (!object.isValid())
-            return invalid();
+    return ifValid([&] {
         Arguments args(engine);
         if (!args.read(ctx, 0, duk_get_top(ctx)))
             return Reply(Reply::Kind::thrown);
@@ -611,9 +598,7 @@ Reply LiveRecord::callSelf(duk_context *ctx) noexcept
 // The first argument is the name, the others are those of the method.
 Reply LiveRecord::callByName(duk_context *ctx) noexcept
 {
-    return engine.steady([&] {
-        if (!object.isValid())
-            return invalid();
+    return ifValid([&] {
         Variant name;
         Arguments args(engine);
         if (!readValue(engine, ctx, 0, name) || !args.read(ctx, 1, duk_get_top(ctx) - 1))
@@ -629,9 +614,7 @@ Reply LiveRecord::callByName(duk_context *ctx) noexcept
 
 Reply LiveRecord::toText() noexcept
 {
-    return engine.steady([&] {
-        if (!object.isValid())
-            return invalid();
+    return ifValid([&] {
         String text;
         const Locked locked(object);
         object.toString(text);
@@ -642,9 +625,7 @@ Reply LiveRecord::toText() noexcept
 
 Reply LiveRecord::toPrimitive() noexcept
 {
-    return engine.steady([&] {
-        if (!object.isValid())
-            return invalid();
+    return ifValid([&] {
         Variant value;
         const Locked locked(object);
         object.valueOf(value);

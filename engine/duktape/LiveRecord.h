@@ -123,10 +123,13 @@ private:
     void dropIfStale() noexcept;
     bool hasMoved(const Name &name, Entry *&entry);
 
+    template <class Work>
+    Reply ifValid(Work work) noexcept;
+    template <class Store>
+    Reply store(duk_context *ctx, duk_idx_t at, Store put);
     Reply failed(int code, int id, bool isIndex, Tavrin::Error &error) noexcept;
     Reply invalid() noexcept;
     Reply readNamed(const Name &name);
-    Reply writeNamed(duk_context *ctx, duk_idx_t key, duk_idx_t at) noexcept;
     Reply readElement(unsigned int index);
     Reply readProperty(const Name &name);
     Reply writeElement(unsigned int index, const Tavrin::Variant &value);

@@ -5,7 +5,6 @@
 #include "engine/ScriptTest.h"
 
 #include "support/MemoryFailure.h"
-#include "support/TestAllocator.h"
 
 namespace Tavrin::test {
 namespace {
@@ -78,11 +77,6 @@ TEST_F(LiveCallScript, ACallWithANumberAllocatesNothing)
 {
     run("function callMany(n) { for (var i = 0; i < n; ++i) box.grow(0); } callMany(10)");
     const WithoutBlockCache cacheOff;
-    const auto allocationsOf = [&](const char *text) {
-        const std::int64_t before = TestAllocator::shared().allocations();
-        run(text);
-        return TestAllocator::shared().allocations() - before;
-    };
     EXPECT_EQ(allocationsOf("callMany(1000)"), allocationsOf("callMany(2000)"));
 }
 

@@ -107,10 +107,7 @@ TEST_F(LiveCollectionScript, DescriptorsTellOfElements)
 {
     const auto squares = make<Squares>();
     engine().setGlobal("squares", *squares);
-    run("function tell(object, name) {"
-        " var found = Object.getOwnPropertyDescriptor(object, name);"
-        " return found && [found.value, found.writable, found.enumerable, found.configurable]"
-        ".join(); }");
+    run(tellTraits);
     EXPECT_EQ(tell("tell(list, 1)"), "two,true,true,true");
     EXPECT_EQ(tell("tell(squares, '4')"), "16,false,true,false");
     EXPECT_EQ(tell("tell(list, 3) + ',' + tell(squares, 'length')"),

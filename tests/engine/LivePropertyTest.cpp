@@ -3,7 +3,6 @@
 #include "engine/ScriptTest.h"
 
 #include "support/MemoryFailure.h"
-#include "support/TestAllocator.h"
 
 namespace Tavrin::test {
 namespace {
@@ -120,20 +119,18 @@ TEST_F(LivePropertyScript, UnlistedPropertiesAreNotEnumerated)
 
 TEST_F(LivePropertyScript, ADescriptorTellsWhatIsKnownOfAProperty)
 {
-    run("box.colour = 'red'; function tell(name) {"
-        " var found = Object.getOwnPropertyDescriptor(box, name);"
-        " return found && [found.value, found.writable, found.enumerable, found.configurable]"
-        ".join(); }");
+    run(tellTraits);
+    run("box.colour = 'red'");
     int id = 0;
     box->createIDForName("secret", id, kInfoReadWrite | kPropertyUnlisted | kPropertyPermanent);
-    EXPECT_EQ(tell("tell('width')"), "1,true,true,false");
-    EXPECT_EQ(tell("tell('area')"), "1,false,true,false");
-    EXPECT_EQ(tell("tell('colour')"), "red,true,true,true");
-    EXPECT_EQ(tell("tell('secret')"), ",true,false,false");
+    EXPECT_EQ(tell("tell(box, 'width')"), "1,true,true,false");
+    EXPECT_EQ(tell("tell(box, 'area')"), "1,false,true,false");
+    EXPECT_EQ(tell("tell(box, 'colour')"), "red,true,true,true");
+    EXPECT_EQ(tell("tell(box, 'secret')"), ",true,false,false");
     EXPECT_EQ(tell("var grow = Object.getOwnPropertyDescriptor(box, 'grow');"
                    "(grow.value === box.grow) + ',' + grow.writable + ',' + grow.enumerable"),
               "true,false,false");
-    EXPECT_EQ(tell("tell('never') + ',' + tell('toString')"), "undefined,undefined");
+    EXPECT_EQ(tell("tell(box, 'never') + ',' + tell(box, 'toString')"), "undefined,undefined");
     EXPECT_EQ(tell("Reflect.getOwnPropertyDescriptor(box, 'width').value"), "1");
 }
 
@@ -401,11 +398,6 @@ TEST_F(LivePropertyScript, AReadOfANumberAllocatesNothing)
     run("function readMany(n) { var sum = 0; for (var i = 0; i < n; ++i) sum += box.width;"
         " return sum; } readMany(10)");
     const WithoutBlockCache cacheOff;
-    const auto allocationsOf = [&](const char *text) {
-        const std::int64_t before = TestAllocator::shared().allocations();
-        run(text);
-        return TestAllocator::shared().allocations() - before;
-    };
     EXPECT_EQ(allocationsOf("readMany(1000)"), allocationsOf("readMany(2000)"));
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -15,6 +16,7 @@
 #include <tvscript/Engine.h>
 
 #include "support/LibraryTest.h"
+#include "support/TestAllocator.h"
 #include "support/ValueText.h"
 
 namespace Tavrin::test {
@@ -66,6 +68,14 @@ protected:
         EXPECT_EQ(code, error.getCode());
         EXPECT_FALSE(result.isDefined());
         return describe(error);
+    }
+
+    // How often the heap is asked by a script.
+    std::int64_t allocationsOf(const char *text)
+    {
+        const std::int64_t before = TestAllocator::shared().allocations();
+        run(text);
+        return TestAllocator::shared().allocations() - before;
     }
 
     static std::string describe(const Error &error)
@@ -239,5 +249,12 @@ protected:
 
     InterfacePtr<Box> box;
 };
+
+// A function of scripts: what the descriptor of a property says.
+inline constexpr const char *tellTraits =
+    "function tell(object, name) {"
+    "  var found = Object.getOwnPropertyDescriptor(object, name);"
+    "  return found && [found.value, found.writable, found.enumerable, found.configurable].join();"
+    "}";
 
 } // namespace Tavrin::test
