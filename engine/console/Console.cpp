@@ -82,27 +82,6 @@ constexpr const char *showSource = R"script(
 })()
 )script";
 
-std::string fileName(const ErrorInfo &info)
-{
-    return info.getFile().length() != 0 ? utf8Of(info.getFile()) : "script";
-}
-
-// A line of a text, counted from 1.
-String lineOf(const String &text, int number)
-{
-    int begin = 0;
-    for (; number > 1; --number) {
-        const int end = text.find('\n', begin);
-        if (end < 0)
-            return {};
-        begin = end + 1;
-    }
-    const int end = text.find('\n', begin);
-    String line = text.substr(begin, end < 0 ? -1 : end - begin);
-    line.strip();
-    return line;
-}
-
 bool endsInput(const Error &error)
 {
     const ErrorInfo *info = error.getError();
@@ -152,21 +131,6 @@ String textOfUtf8(const std::string &bytes)
     String text;
     text.decode(bytes.data(), static_cast<int>(bytes.size()), &Encoder::getUtf8());
     return text;
-}
-
-std::string reportOf(const Error &error)
-{
-    String words;
-    error.getFullText(words);
-    const ErrorInfo *info = error.getError();
-    if (info == nullptr || info->getLine() < 1)
-        return utf8Of(words) + "\n";
-    std::string report =
-        fileName(*info) + ":" + std::to_string(info->getLine()) + ": " + utf8Of(words) + "\n";
-    const String line = lineOf(info->getSource(), info->getLine());
-    if (line.length() != 0)
-        report += "    " + utf8Of(line) + "\n";
-    return report;
 }
 
 Console::Console(const std::vector<std::string> &args)
@@ -222,7 +186,7 @@ int Console::finish(Outcome outcome, const Error &error)
         return exitCode;
     if (outcome == Outcome::done)
         return success;
-    std::fprintf(stderr, "%s", reportOf(error).c_str());
+    std::fprintf(stderr, "%s", utf8Of(Engine::report(error)).c_str());
     return scriptFailed;
 }
 
@@ -292,7 +256,7 @@ bool Console::runLine(std::string &pending, const std::string &line, int number)
     if (outcome == Outcome::done && result.isDefined())
         std::printf("%s\n", shown(result).c_str());
     if (outcome == Outcome::failed || outcome == Outcome::unfinished)
-        std::fprintf(stderr, "%s", reportOf(error).c_str());
+        std::fprintf(stderr, "%s", utf8Of(Engine::report(error)).c_str());
     std::fflush(stdout);
     return outcome == Outcome::done || outcome == Outcome::exited;
 }

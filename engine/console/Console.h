@@ -63,7 +63,4 @@ private:
 // empty for anything else.
 Tavrin::String descriptionOf(const Tavrin::Variant &value);
 
-// The failure as people read it: the place, the message, and the line of the source.
-std::string reportOf(const Tavrin::Error &error);
-
 } // namespace TvScript

@@ -20,7 +20,7 @@ namespace TvScript {
 
 namespace {
 
-int report(Error *error, int code, const String &text)
+int pushCode(Error *error, int code, const String &text)
 {
     if (error != nullptr)
         error->push(code, text, nullptr, true);
@@ -34,9 +34,9 @@ int guarded(Error *error, Work work) noexcept
     try {
         return work();
     } catch (const std::bad_alloc &) {
-        return report(error, EngineData::outOfMemory, {});
+        return pushCode(error, EngineData::outOfMemory, {});
     } catch (...) {
-        return report(error, EngineData::uncaughtException, {});
+        return pushCode(error, EngineData::uncaughtException, {});
     }
 }
 
@@ -66,7 +66,8 @@ int Engine::call(const Variant &function, const Variant &thisValue, const Array 
     EngineData *owner = object == nullptr ? nullptr : EngineData::of(object->getEngine());
     if (owner == nullptr) {
         result.erase();
-        return object != nullptr ? report(error, 45, {}) : report(error, 24, function.toString());
+        return object != nullptr ? pushCode(error, 45, {})
+                                 : pushCode(error, 24, function.toString());
     }
     return guarded(error, [&] { return owner->call(function, thisValue, args, result, error); });
 }

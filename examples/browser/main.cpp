@@ -11,6 +11,8 @@
 #include <tavrin/Tavrin.h>
 #include <tvscript/Engine.h>
 
+#include "../common/Csv.h"
+
 using namespace Tavrin;
 
 namespace {
@@ -88,25 +90,6 @@ bool readFile(const char *name, String &text)
            text.decode(bytes.data(), static_cast<int>(bytes.size()), &Encoder::getUtf8()) == 0;
 }
 
-// The fields of a line; one in double quotes may have commas in it, and quotes twice.
-std::vector<String> fieldsOf(const String &line)
-{
-    std::vector<String> fields(1);
-    bool isQuoted = false;
-    for (int at = 0; at < line.length(); ++at) {
-        const bool isTwice = line[at] == '"' && at + 1 < line.length() && line[at + 1] == '"';
-        if (line[at] == ',' && !isQuoted)
-            fields.emplace_back();
-        else if (line[at] != '"')
-            fields.back() += line[at];
-        else if (isQuoted && isTwice)
-            fields.back() += line[at++];
-        else
-            isQuoted = !isQuoted;
-    }
-    return fields;
-}
-
 // A field as what it looks like.
 Variant valueOf(const String &field)
 {
@@ -138,19 +121,6 @@ int print(const Array &args, Variant &, Error *)
     return 0;
 }
 
-// Where, what, and the line of the script.
-void report(const Error &error)
-{
-    const ErrorInfo &info = *error.getError();
-    String source = info.getSource();
-    String line;
-    for (int at = 0; at < info.getLine(); ++at)
-        line = source.split('\n');
-    std::printf("%s:%d: ", shown(info.getFile()), info.getLine());
-    std::printf("%s\n", shown(info.getText()));
-    std::printf("    %s\n", shown(line));
-}
-
 int run(const char *tableFile, const char *scriptFile)
 {
     Error::defineError(noSuchColumn, "there is no such column: %1", "ColumnError");
@@ -171,7 +141,7 @@ int run(const char *tableFile, const char *scriptFile)
     Error error;
     if (engine.evaluate(script, scriptFile, result, &error) == 0)
         return 0;
-    report(error);
+    std::printf("%s", shown(TvScript::Engine::report(error)));
     return 1;
 }
 

@@ -10,6 +10,8 @@
 
 #include <tavrin/Tavrin.h>
 
+#include "../common/Csv.h"
+
 using namespace Tavrin;
 
 namespace {
@@ -130,25 +132,6 @@ int readLines(const char *name, std::vector<String> &lines)
             return code;
     }
     return 0;
-}
-
-// The fields of a line; one in double quotes may have commas in it, and quotes twice.
-std::vector<String> fieldsOf(const String &line)
-{
-    std::vector<String> fields(1);
-    bool isQuoted = false;
-    for (int at = 0; at < line.length(); ++at) {
-        const bool isTwice = line[at] == '"' && at + 1 < line.length() && line[at + 1] == '"';
-        if (line[at] == ',' && !isQuoted)
-            fields.emplace_back();
-        else if (line[at] != '"')
-            fields.back() += line[at];
-        else if (isQuoted && isTwice)
-            fields.back() += line[at++];
-        else
-            isQuoted = !isQuoted;
-    }
-    return fields;
 }
 
 // A field as what it looks like.

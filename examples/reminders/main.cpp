@@ -40,11 +40,7 @@ public:
 
 int report(const Error &error)
 {
-    const ErrorInfo *newest = error.getError();
-    String line;
-    line.print("%ls:%ld: %ls\n", newest->getFile().wstr(), long{newest->getLine()},
-               newest->getText().wstr());
-    std::fputs(line.encode(&Encoder::getUtf8()), stderr);
+    std::fputs(TvScript::Engine::report(error).encode(&Encoder::getUtf8()), stderr);
     return 1;
 }
 

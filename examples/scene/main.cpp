@@ -242,9 +242,7 @@ int run(const char *scriptFile)
     Error error;
     if (engine.evaluate(script, scriptFile, result, &error) == 0)
         return 0;
-    String words;
-    error.getFullText(words);
-    std::printf("line %d: %s\n", error.getError()->getLine(), words.encode(&Encoder::getUtf8()));
+    std::printf("%s", TvScript::Engine::report(error).encode(&Encoder::getUtf8()));
     return 1;
 }
 

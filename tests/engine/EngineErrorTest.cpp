@@ -20,6 +20,49 @@ TEST_F(EngineError, ASyntaxErrorHasItsPlaceAndItsText)
     EXPECT_EQ(info->getText().find("(line"), -1);
 }
 
+TEST_F(EngineError, AReportShowsThePlaceTheMessageAndTheLine)
+{
+    const auto reportOf = [&](const String &text, const char *file) {
+        Variant result;
+        Error error;
+        EXPECT_NE(engine().evaluate(text, file, result, &error), 0);
+        return utf8(TvScript::Engine::report(error));
+    };
+    EXPECT_EQ(reportOf("var a;\r\n\t a.b = 1;\r\na = 2;", "run.js"),
+              "run.js:2: Uncaught JavaScript exception: TypeError: cannot write property 'b' of "
+              "undefined\n    a.b = 1;\n");
+    EXPECT_EQ(reportOf("throw new Error('no file')", ""),
+              "script:1: Uncaught JavaScript exception: Error: no file\n"
+              "    throw new Error('no file')\n");
+    EXPECT_EQ(reportOf("throw 'no place'", "run.js"), "Uncaught JavaScript exception: no place\n");
+    EXPECT_EQ(utf8(TvScript::Engine::report(Error())), "");
+}
+
+TEST_F(EngineError, AReportCutsLongLines)
+{
+    String text = "x.y; //";
+    text.setup('-', 1000);
+    text = String("x.y; //") + text;
+    Variant result;
+    Error error;
+    engine().evaluate(text, "run.js", result, &error);
+    const std::string report = utf8(TvScript::Engine::report(error));
+    EXPECT_EQ(report.substr(report.size() - 9), "-----...\n");
+    EXPECT_LT(report.size(), 300u);
+}
+
+TEST_F(EngineError, AReportHasAllRecords)
+{
+    Error error(52, "", true);
+    error.setMoreInfo("first\nsecond", 2, -1, -1, 0);
+    error.push(41, "size", nullptr, true);
+    EXPECT_EQ(utf8(TvScript::Engine::report(error)),
+              "size is out of range\n- script:2: I/O error\n    second\n");
+    error.setMoreInfo("first\nsecond", 3, -1, -1, 0);
+    EXPECT_EQ(utf8(TvScript::Engine::report(error)).substr(0, 31),
+              "script:3: size is out of range\n");
+}
+
 TEST_F(EngineError, BadTextsAreErrorsAndLeaveTheEngineFit)
 {
     String open;

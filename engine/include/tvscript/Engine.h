@@ -29,7 +29,7 @@ class EngineData;
 //   Variant result;
 //   Error error;
 //   if (engine.evaluate(text, "startup.js", result, &error) != 0)
-//       report(error);
+//       show(TvScript::Engine::report(error));
 //
 // A script sees the properties, methods and elements of a live object as those of an object of its
 // own (D-360, D-361), and constructs the classes of LiveObject::addFactory with `new`. The same
@@ -45,7 +45,8 @@ class EngineData;
 //          property `number`, else 8 for a syntax error, 27 for endless recursion, -28 for memory,
 //          54 for anything else; the record holds a thrown value that is no Error. Error codes of
 //          the application's objects are exceptions to the script, with the properties `message`,
-//          `number`, `fileName` and `line`. Nothing throws but the constructor: std::bad_alloc.
+//          `number`, `fileName` and `line`. Nothing throws but the constructor and report:
+//          std::bad_alloc.
 class TAVRIN_ENGINE_API Engine
 {
 public:
@@ -89,6 +90,14 @@ public:
     // them: its own ones first, in order, and then those that it inherits.
     int getNames(const Tavrin::Variant &object, Tavrin::Array &names,
                  Tavrin::Error *error = nullptr);
+
+    // What went wrong, as a terminal shows it: the place and the message of each record, the newest
+    // first, with the line of the source below. Each line of it has an end; none if there are no
+    // records.
+    //
+    //   startup.js:5: width is out of range
+    //       box.width = 5000;
+    static Tavrin::String report(const Tavrin::Error &error);
 
     // Frees what scripts can no longer reach although it refers to itself, as functions do. That
     // happens by itself now and then; everything else is freed at once.
