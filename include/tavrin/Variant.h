@@ -207,7 +207,11 @@ public:
 
     // For property handlers: 47 if it is not a number of that type or a value of that kind, 41 if
     // it is out of the inclusive range, else 0. Nothing is converted.
-    int validate(int lo, int hi) const;
+    int validate(int lo, int hi) const
+    {
+        const bool isValid = isSeenInteger() && value.number >= lo && value.number <= hi;
+        return isValid ? 0 : validateSlowly(lo, hi);
+    }
     int validate(unsigned int lo, unsigned int hi) const;
     int validate(double lo, double hi) const;
     int validate(VariantType kind) const;
@@ -245,7 +249,10 @@ public:
     double getDouble() const { return type == kNumber ? value.number : doGetDouble(); }
     // The number without its fraction, modulo 2^32; NaN, the infinities and what is beyond 64 bits
     // give 0. D-155: a script object gives its id.
-    int getInteger() const { return static_cast<int>(getUInteger()); }
+    int getInteger() const
+    {
+        return isSeenInteger() ? static_cast<int>(value.number) : static_cast<int>(getUInteger());
+    }
     unsigned int getUInteger() const;
     // Limited to lo and hi. D-156: a finite number beyond 32 bits gives lo, also a large one.
     int getInteger(int lo, int hi) const;
@@ -277,7 +284,7 @@ public:
     void erase()
     {
         if (type != kUndefined)
-            doErase();
+            become(kUndefined, {});
     }
 
     void setBool(bool flag) { become(kBoolean, {.bits = flag}); }
@@ -452,6 +459,19 @@ private:
 
     unsigned knownAttrs() const noexcept;
     bool hasNumAttr(unsigned bit) const;
+    // Whether setInteger made the number, or setNumAttrs saw that it is an int. The bit for that is
+    // one that only numbers have. All that setNumAttrs would find is noted.
+    bool isSeenInteger() const noexcept
+    {
+        constexpr unsigned seen = NUM_ATTRS_SET | NUM_INTEGER;
+        unsigned known = attrs;
+        if (known == NUM_INTEGER) {
+            known = seen | NUM_FINITE | (value.number >= 0 ? NUM_UINTEGER : 0U);
+            attrs = static_cast<std::uint16_t>(known);
+        }
+        return (known & seen) == seen;
+    }
+    int validateSlowly(int lo, int hi) const;
 
     void convertToArray(Variant &converted) const;
     void convertToLiveObject(Variant &converted) const;

@@ -63,16 +63,18 @@ constexpr unsigned minus0Attrs = finiteMask | Variant::NUM_ATTRS_SET;
 // All that is known about a double.
 unsigned describe(double number) noexcept
 {
-    const unsigned numberClass = classify(number) | Variant::NUM_ATTRS_SET;
-    if (numberClass == (Variant::NUM_MINUS0 | Variant::NUM_ATTRS_SET))
-        return minus0Attrs;
-    if ((numberClass & Variant::NUM_FINITE) == 0 || std::trunc(number) != number)
-        return numberClass;
-    if (number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max())
-        return numberClass | Variant::NUM_INTEGER | (number >= 0 ? Variant::NUM_UINTEGER : 0U);
-    if (number >= 0 && number <= std::numeric_limits<unsigned>::max())
-        return numberClass | Variant::NUM_UINTEGER;
-    return numberClass;
+    constexpr unsigned finite = Variant::NUM_ATTRS_SET | Variant::NUM_FINITE;
+    if (number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max()) {
+        const int whole = static_cast<int>(number);
+        if (whole != number)
+            return finite;
+        if (whole == 0 && std::signbit(number))
+            return minus0Attrs;
+        return finite | Variant::NUM_INTEGER | (whole >= 0 ? Variant::NUM_UINTEGER : 0U);
+    }
+    const bool isUnsigned = number > 0 && number <= std::numeric_limits<unsigned>::max() &&
+                            static_cast<unsigned>(number) == number;
+    return isUnsigned ? finite | Variant::NUM_UINTEGER : classify(number) | Variant::NUM_ATTRS_SET;
 }
 
 // The payload of array values, which are copied all the time.
@@ -439,7 +441,7 @@ bool Variant::isUInteger() const
     return hasNumAttr(NUM_UINTEGER);
 }
 
-int Variant::validate(int lo, int hi) const
+int Variant::validateSlowly(int lo, int hi) const
 {
     return isInteger() ? checkRange<double>(value.number, lo, hi) : detail::errorTypeMismatch;
 }

@@ -3,6 +3,7 @@
 #include <tavrin/Variant.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 
 #include <gtest/gtest.h>
@@ -145,6 +146,34 @@ TEST_F(VariantNumberTest, AHardHolderAnswersFromWhatIsKnown)
     value.setDouble(7);
     EXPECT_EQ(test::bytesOf(value.getString()), "7");
     EXPECT_TRUE(value.isInteger());
+}
+
+// A hard holder shows how much is known about the value that it is given.
+TEST_F(VariantNumberTest, WhoeverUsesAnIntegerFindsOutAllAboutIt)
+{
+    const auto isKnownUnsigned = [](const Variant &value) {
+        Variant holder;
+        holder.setHardRef(true);
+        holder = value;
+        return holder.isUInteger();
+    };
+    for (const int number :
+         {std::numeric_limits<int>::min(), -3, 0, 3, std::numeric_limits<int>::max()}) {
+        const Variant validated = number;
+        EXPECT_FALSE(isKnownUnsigned(validated));
+        EXPECT_EQ(validated.validate(-3, 3), std::abs(number / 2) <= 1 ? 0 : 41);
+        EXPECT_EQ(isKnownUnsigned(validated), number >= 0) << number;
+        const Variant read = number;
+        EXPECT_EQ(read.getInteger(), number);
+        EXPECT_EQ(isKnownUnsigned(read), number >= 0) << number;
+    }
+    Variant hard;
+    hard.setHardRef(true);
+    hard.setInteger(5);
+    EXPECT_EQ(hard.validate(0, 10), 0);
+    EXPECT_FALSE(hard.isUInteger());
+    EXPECT_EQ(hard.getInteger(), 5);
+    EXPECT_TRUE(hard.isUInteger());
 }
 
 TEST_F(VariantNumberTest, OtherKindsAreConvertedToBeClassified)
