@@ -81,11 +81,22 @@ public:
     // Makes the lock if there is none. D-005: in single-threaded operation it makes none, and a
     // class that called it before InitTerm::setMT has to call it again.
     void createLock();
-    void lock() const;
-    void unlock() const;
+    bool hasLock() const { return current() != nullptr; }
+    void lock() const
+    {
+        if (Lock *own = current()) [[unlikely]]
+            own->acquire();
+    }
+    void unlock() const
+    {
+        if (Lock *own = current()) [[unlikely]]
+            own->release();
+    }
 
 private:
-    Lock *ownLock = nullptr;
+    Lock *current() const { return __atomic_load_n(&ownLock, __ATOMIC_ACQUIRE); }
+
+    Lock *ownLock = nullptr; // published atomically: it is tested by threads that hold nothing
 };
 
 } // namespace Tavrin
@@ -109,6 +120,23 @@ inline int dropReference(int *count) noexcept
     if (globals.locks == nullptr)
         return --*count;
     return __atomic_sub_fetch(count, 1, __ATOMIC_ACQ_REL);
+}
+
+// Gives a reference up unless it is the last one; whether it did.
+inline bool dropUnlessLast(int *count) noexcept
+{
+    if (globals.locks == nullptr) {
+        if (*count <= 1)
+            return false;
+        --*count;
+        return true;
+    }
+    int seen = __atomic_load_n(count, __ATOMIC_RELAXED);
+    while (seen > 1)
+        if (__atomic_compare_exchange_n(count, &seen, seen - 1, true, __ATOMIC_RELEASE,
+                                        __ATOMIC_RELAXED))
+            return true;
+    return false;
 }
 
 } // namespace Tavrin::detail

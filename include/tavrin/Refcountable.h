@@ -11,6 +11,10 @@
 
 namespace Tavrin {
 
+namespace detail {
+class SelfHold;
+}
+
 // Refcountable: the base of objects that are shared by an intrusive count of references.
 // Owns:    itself: the last release deletes it. Its maker holds the first reference.
 // Threads: addRef and release may run on any thread that holds a reference, after InitTerm::setMT.
@@ -29,6 +33,7 @@ protected:
 
 private:
     friend class WeakRefBase;
+    friend class detail::SelfHold;
 
     mutable int refCount = 1;
 };

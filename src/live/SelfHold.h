@@ -6,7 +6,8 @@
 namespace Tavrin::detail {
 
 // Keeps an object alive while code of the host runs that may let it go. An object that is dying
-// already, and calls its own operations from a destructor, is left alone.
+// already, and calls its own operations from a destructor, is left alone. Only the last reference
+// goes through the virtual release.
 class SelfHold
 {
 public:
@@ -17,7 +18,7 @@ public:
     }
     ~SelfHold()
     {
-        if (held != nullptr)
+        if (held != nullptr && !dropUnlessLast(&held->refCount)) [[unlikely]]
             held->release();
     }
     SelfHold(const SelfHold &) = delete;

@@ -40,24 +40,11 @@ Lockable::~Lockable()
     delete ownLock;
 }
 
-// The pointer is published atomically: other threads test it in lock() without holding anything.
 void Lockable::createLock()
 {
     CriticalSection section(detail::tableLock(detail::LockSlot::lazyCreation));
     if (ownLock == nullptr && detail::globals.locks != nullptr)
         __atomic_store_n(&ownLock, new Lock, __ATOMIC_RELEASE);
-}
-
-void Lockable::lock() const
-{
-    if (Lock *own = __atomic_load_n(&ownLock, __ATOMIC_ACQUIRE))
-        own->acquire();
-}
-
-void Lockable::unlock() const
-{
-    if (Lock *own = __atomic_load_n(&ownLock, __ATOMIC_ACQUIRE))
-        own->release();
 }
 
 namespace detail {
