@@ -67,7 +67,7 @@ Target targetOf(const LiveObjectData &data)
 void setTarget(LiveObjectData &data, const Target &target)
 {
     const CriticalSection section(tableLock(LockSlot::liveClasses));
-    data.autostoreTarget = target.object;
+    __atomic_store_n(&data.autostoreTarget, target.object, __ATOMIC_RELAXED);
     data.autostoreID = target.id;
 }
 
@@ -106,7 +106,10 @@ bool LiveObject::hasSameAutostore(const LiveObject &other) const
 
 int LiveObject::invokeAutostore(Error *error)
 {
-    if (data == nullptr || data->isStoring)
+    // Most objects have none, which is seen without the lock.
+    if (data == nullptr || __atomic_load_n(&data->autostoreTarget, __ATOMIC_RELAXED) == nullptr)
+        return 0;
+    if (data->isStoring)
         return 0;
     const Target wanted = targetOf(*data);
     if (wanted.object == nullptr)
@@ -131,10 +134,8 @@ bool LiveObject::notify(Message &message)
     if (message.getID() != lastFarewell || data == nullptr)
         return false;
     const CriticalSection section(tableLock(LockSlot::liveClasses));
-    if (sender == nullptr || sender == static_cast<const Broadcaster *>(data->autostoreTarget)) {
-        data->autostoreTarget = nullptr;
-        data->autostoreID = 0;
-    }
+    if (sender == nullptr || sender == static_cast<const Broadcaster *>(data->autostoreTarget))
+        setTarget(*data, {nullptr, 0}); // the lock is recursive
     return false;
 }
 
