@@ -17,6 +17,7 @@ class LiveComponent;
 class LiveObjectData;
 class Root;
 class SimpleArray;
+class StaticPropertyManager;
 class Variant;
 
 namespace detail {
@@ -300,7 +301,12 @@ private:
     template <class Text>
     void start(const Text &name, bool isDynamic);
     void tell(int messageID) const;
-    int lookUp(const String &name, int &id, InfoType &type, int languages) const;
+    int findOddName(const StaticPropertyManager &table, const String &name, int &id, InfoType &type,
+                    int languages) const;
+    int findName(const LivePropertyManager *manager, const String &name, int &id, InfoType &type,
+                 int languages) const;
+    int lookUp(const LivePropertyManager *manager, const String &name, int &id, InfoType &type,
+               int languages) const;
     int lookUpByMessage(const String &name, int &id, InfoType &type, int languages) const;
     int lookUpName(int id, String &name, int languages) const;
     void adoptProperty(LiveProperty &property);

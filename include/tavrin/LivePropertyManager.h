@@ -19,7 +19,8 @@ class SimpleArray;
 
 namespace detail {
 struct LivePropertyAccess;
-}
+struct LivePropertyManagerAccess;
+} // namespace detail
 
 // What a name or an id stands for.
 enum InfoType : int
@@ -136,6 +137,8 @@ public:
     void registerProperty(const char *name, int id, int flags, const char *description);
 
 private:
+    friend struct detail::LivePropertyManagerAccess;
+
     void makeDynamic() noexcept;
     void dropImpl() noexcept;
 

@@ -15,6 +15,7 @@
 #include "live/LiveObjectData.h"
 #include "live/Locked.h"
 #include "live/SelfHold.h"
+#include "live/StaticPropertyManager.h"
 
 namespace Tavrin {
 
@@ -23,6 +24,7 @@ using detail::guarded;
 using detail::guardedOr;
 using detail::isUsable;
 using detail::LivePropertyAccess;
+using detail::LivePropertyManagerAccess;
 using detail::Locked;
 
 namespace {
@@ -163,6 +165,38 @@ int typeFrom(const Variant &answer)
 
 int LiveObject::getIDForName(const String &name, int &id, InfoType &type, int flags) const
 {
+    const LivePropertyManager *manager = getPropertyManager();
+    const StaticPropertyManager *table = nullptr;
+    if (isUsable(*this) && data->properties == nullptr) [[likely]]
+        table = LivePropertyManagerAccess::table(manager);
+    if (table == nullptr)
+        return findName(manager, name, id, type, flags);
+    // Most names are those of a table, and nothing of a host runs then.
+    const detail::PropertyIndex *index = table->madeIndex();
+    const bool isUsual = detail::NameQuads::fit(name.length()) && !detail::isCaselessLookup(flags);
+    if (index == nullptr || !isUsual)
+        return findOddName(*table, name, id, type, flags);
+    if (const LivePropertyInfo *row = index->findUsualName(name, flags)) [[likely]] {
+        id = row->id;
+        type = detail::typeOf(row->flags);
+        return 0;
+    }
+    return findName(nullptr, name, id, type, flags);
+}
+
+[[gnu::noinline]] int LiveObject::findOddName(const StaticPropertyManager &table,
+                                              const String &name, int &id, InfoType &type,
+                                              int flags) const
+{
+    if (table.getIDForName(name, id, type, flags) == 0)
+        return 0;
+    return findName(nullptr, name, id, type, flags);
+}
+
+// The manager is null if it has been asked.
+[[gnu::noinline]] int LiveObject::findName(const LivePropertyManager *manager, const String &name,
+                                           int &id, InfoType &type, int flags) const
+{
     id = 0;
     type = kInfoNone;
     if (!isUsable(*this))
@@ -173,7 +207,7 @@ int LiveObject::getIDForName(const String &name, int &id, InfoType &type, int fl
         return 0;
     }
     const detail::SelfHold hold(*this);
-    const int code = guarded(nullptr, [&] { return lookUp(name, id, type, flags); });
+    const int code = guarded(nullptr, [&] { return lookUp(manager, name, id, type, flags); });
     if (code != 0) {
         id = 0;
         type = kInfoNone;
@@ -181,10 +215,10 @@ int LiveObject::getIDForName(const String &name, int &id, InfoType &type, int fl
     return code;
 }
 
-int LiveObject::lookUp(const String &name, int &id, InfoType &type, int flags) const
+int LiveObject::lookUp(const LivePropertyManager *manager, const String &name, int &id,
+                       InfoType &type, int flags) const
 {
-    if (const LivePropertyManager *manager = getPropertyManager();
-        manager != nullptr && name.length() > 0) {
+    if (manager != nullptr && name.length() > 0) {
         const Locked locked(*manager);
         if (manager->getIDForName(name, id, type, flags) == 0)
             return 0;

@@ -115,12 +115,13 @@ bool PropertyIndex::isAscii(const unsigned short *units, int length) noexcept
     return joined < 0x80;
 }
 
-// The lookup of a name whose tag does not tell enough. Most names that are looked up without regard
-// to case are written as in the table.
-const LivePropertyInfo *PropertyIndex::findOddName(const String &name, std::uint32_t hash,
-                                                   bool ignoreCase, int flags) const noexcept
+// The lookup of a name that is short or long, or without regard to case. Most of the latter are
+// written as in the table.
+const LivePropertyInfo *PropertyIndex::findOddName(const String &name, bool ignoreCase,
+                                                   int flags) const noexcept
 {
     const int length = name.length();
+    const std::uint32_t hash = NameHash::of(name.wstr(), length);
     const std::uint32_t tag = tagOf(hash, length);
     const NameSlot *slots = nameSlots();
     for (std::uint32_t at = hash & mask; slots[at].row >= 0; at = (at + 1) & mask) {
@@ -128,7 +129,7 @@ const LivePropertyInfo *PropertyIndex::findOddName(const String &name, std::uint
         if (slots[at].tag != tag || !fitsLanguage(row->flags, flags))
             continue;
         const bool isExact = length < longestInTag
-                                 ? isEqual(name.wstr(), texts() + slots[at].text, length)
+                                 ? hasSameUnits(name.wstr(), texts() + slots[at].text, length)
                                  : name == row->name;
         if (isExact || (ignoreCase && name.ucmp(row->name) == 0))
             return row;

@@ -11,58 +11,40 @@
 #include <tavrin/LivePropertyManager.h>
 #include <tavrin/String.h>
 
+#include "live/NameUnits.h"
 #include "live/PropertyManagerImpl.h"
 
 namespace Tavrin::detail {
 
 class LazyPropertyIndex;
 
-// The hash of a name, which is the same in both cases of an ASCII letter. Four units at a time go
-// into products that do not wait for each other; the last ones overlap those before them.
+// The hash of a name, which is the same in both cases of an ASCII letter.
 class NameHash
 {
 public:
     static std::uint32_t of(const unsigned short *units, int length) noexcept
     {
-        auto sum = static_cast<std::uint64_t>(length);
-        if (length >= 8) {
-            for (int at = 0; at + 16 < length; at += 8)
-                [[unlikely]] sum =
-                    std::rotl(sum, 23) + eightUnits(units + at, factors[2], factors[3]);
-            sum += eightUnits(units + std::max(length - 16, 0), factors[0], factors[1]);
-            sum += eightUnits(units + length - 8, factors[2], factors[3]);
-        } else if (length >= 4) {
-            sum += fourUnits(units) * factors[0];
-            sum += fourUnits(units + length - 4) * factors[1];
-        } else if (length > 0) {
-            sum += (fewUnits(units, length) | caseBits) * factors[0];
-        }
-        return static_cast<std::uint32_t>(((sum ^ sum >> 32) * factors[0]) >> 32);
+        std::uint64_t sum = 0;
+        const int ahead = length - NameQuads::longest;
+        for (int at = 0; at < ahead; at += NameQuads::longest)
+            [[unlikely]] sum =
+                std::rotl(sum, 23) + NameQuads(units + at, NameQuads::longest).hash();
+        if (length >= NameQuads::shortest)
+            return of(NameQuads(units + std::max(ahead, 0), std::min(length, NameQuads::longest)),
+                      length, sum);
+        if (length > 0)
+            sum = NameQuads::mix(fewUnits(units, length), 0);
+        return finish(sum, length);
     }
-
-    // All units of a text of one to three.
-    static std::uint64_t fewUnits(const unsigned short *units, int length) noexcept
+    static std::uint32_t of(const NameQuads &quads, int length, std::uint64_t ahead = 0) noexcept
     {
-        return units[0] | std::uint64_t{units[length / 2]} << 16 |
-               std::uint64_t{units[length - 1]} << 32;
+        return finish(ahead + quads.hash(), length);
     }
 
 private:
-    static constexpr std::uint64_t caseBits = 0x0020'0020'0020'0020;
-    // Odd numbers without a pattern: fractions of the golden ratio and of square roots.
-    static constexpr std::uint64_t factors[] = {0x9E37'79B9'7F4A'7C15, 0x6A09'E667'F3BC'C909,
-                                                0xBB67'AE85'84CA'A73B, 0x3C6E'F372'FE94'F82B};
-
-    static std::uint64_t fourUnits(const unsigned short *units) noexcept
+    static std::uint32_t finish(std::uint64_t sum, int length) noexcept
     {
-        std::uint64_t four;
-        std::memcpy(&four, units, sizeof four);
-        return four | caseBits;
-    }
-    static std::uint64_t eightUnits(const unsigned short *units, std::uint64_t factor,
-                                    std::uint64_t otherFactor) noexcept
-    {
-        return fourUnits(units) * factor + fourUnits(units + 4) * otherFactor;
+        return static_cast<std::uint32_t>(sum) + static_cast<std::uint32_t>(length);
     }
 };
 
@@ -84,15 +66,19 @@ public:
     // The first row of that name in a language of `flags`, or null.
     const LivePropertyInfo *findName(const String &name, bool ignoreCase, int flags) const noexcept
     {
-        const unsigned short *units = name.wstr();
+        return ignoreCase || !NameQuads::fit(name.length()) ? findOddName(name, ignoreCase, flags)
+                                                            : findUsualName(name, flags);
+    }
+    // Of a name that fits NameQuads.
+    const LivePropertyInfo *findUsualName(const String &name, int flags) const noexcept
+    {
         const int length = name.length();
-        const std::uint32_t hash = NameHash::of(units, length);
-        if (ignoreCase || length >= longestInTag) [[unlikely]]
-            return findOddName(name, hash, ignoreCase, flags);
+        const NameQuads quads(name.wstr(), length);
+        const std::uint32_t hash = NameHash::of(quads, length);
         const std::uint32_t tag = tagOf(hash, length);
         const NameSlot *slots = nameSlots();
         for (std::uint32_t at = hash & mask; slots[at].row >= 0; at = (at + 1) & mask) {
-            if (slots[at].tag != tag || !isEqual(units, texts() + slots[at].text, length))
+            if (slots[at].tag != tag || quads != NameQuads(texts() + slots[at].text, length))
                 continue;
             const LivePropertyInfo *row = table + slots[at].row;
             if (fitsLanguage(row->flags, flags)) [[likely]]
@@ -142,22 +128,8 @@ private:
         return (hash & ~std::uint32_t{longestInTag}) |
                static_cast<std::uint32_t>(std::min(length, longestInTag));
     }
-    static bool isEqual(const unsigned short *units, const unsigned short *text,
-                        int length) noexcept
-    {
-        if (length >= 8) {
-            for (int at = 0; at + 8 < length; at += 8)
-                if (std::memcmp(units + at, text + at, 16) != 0)
-                    return false;
-            return std::memcmp(units + length - 8, text + length - 8, 16) == 0;
-        }
-        if (length >= 4)
-            return std::memcmp(units, text, 8) == 0 &&
-                   std::memcmp(units + length - 4, text + length - 4, 8) == 0;
-        return length == 0 || NameHash::fewUnits(units, length) == NameHash::fewUnits(text, length);
-    }
 
-    const LivePropertyInfo *findOddName(const String &name, std::uint32_t hash, bool ignoreCase,
+    const LivePropertyInfo *findOddName(const String &name, bool ignoreCase,
                                         int flags) const noexcept;
     void addName(const char *name, int row, std::uint32_t text) noexcept;
     void addID(int id, int row) noexcept;
@@ -198,11 +170,13 @@ public:
     LazyPropertyIndex(const LazyPropertyIndex &) = delete;
     LazyPropertyIndex &operator=(const LazyPropertyIndex &) = delete;
 
+    // Null when there is none yet.
+    const PropertyIndex *made() const noexcept { return index.load(std::memory_order_acquire); }
     // Null when there is none, for whatever reason.
     const PropertyIndex *get(const LivePropertyInfo *table) const noexcept
     {
-        const PropertyIndex *made = index.load(std::memory_order_acquire);
-        return made != nullptr ? made : make(table);
+        const PropertyIndex *ready = made();
+        return ready != nullptr ? ready : make(table);
     }
     void drop() noexcept;
     static void dropAll() noexcept;

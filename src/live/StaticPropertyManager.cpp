@@ -45,13 +45,9 @@ void StaticPropertyManager::registerProperties(const LivePropertyInfo *rows) noe
     table = orEmpty(rows);
 }
 
-// The first row of that name in a language of `flags`, or null.
-const LivePropertyInfo *StaticPropertyManager::findName(const String &name, bool ignoreCase,
-                                                        int flags) const noexcept
+const LivePropertyInfo *StaticPropertyManager::searchName(const String &name, bool ignoreCase,
+                                                          int flags) const noexcept
 {
-    const detail::PropertyIndex *names = index.get(table);
-    if (names != nullptr && names->covers(name, ignoreCase))
-        return names->findName(name, ignoreCase, flags);
     for (const LivePropertyInfo *row = table; row->name != nullptr; ++row)
         if (hasName(*row, name, ignoreCase) && detail::fitsLanguage(row->flags, flags))
             return row;

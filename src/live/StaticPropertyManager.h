@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "live/Exactly.h"
 #include "live/PropertyIndex.h"
 #include "live/PropertyManagerImpl.h"
 
@@ -28,12 +29,42 @@ public:
     const ServiceInfo *getServiceInfo(int id, int flags) const noexcept override;
     const LivePropertyInfo *getTable() const noexcept override { return table; }
 
+    // The index by which most names are found, or null.
+    const detail::PropertyIndex *madeIndex() const noexcept { return index.made(); }
+    // The first row of a name, which is not empty, in a language of `flags`, or null.
+    const LivePropertyInfo *findName(const String &name, bool ignoreCase, int flags) const noexcept
+    {
+        const detail::PropertyIndex *names = index.get(table);
+        if (names != nullptr && names->covers(name, ignoreCase)) [[likely]]
+            return names->findName(name, ignoreCase, flags);
+        return searchName(name, ignoreCase, flags);
+    }
+
 private:
-    const LivePropertyInfo *findName(const String &name, bool ignoreCase, int flags) const noexcept;
+    const LivePropertyInfo *searchName(const String &name, bool ignoreCase,
+                                       int flags) const noexcept;
     const LivePropertyInfo *findID(int id) const noexcept;
 
     const LivePropertyInfo *table;
     detail::LazyPropertyIndex index;
 };
 
+namespace detail {
+
+// The way of this library's own sources into a LivePropertyManager.
+struct LivePropertyManagerAccess
+{
+    // The table of a manager that can be asked past its virtual operations: it is static, not of a
+    // class of the host, and has no lock. Else null.
+    static const StaticPropertyManager *table(const LivePropertyManager *manager) noexcept
+    {
+        if (manager == nullptr || !isExactly(*manager) || manager->hasLock())
+            return nullptr;
+        const LivePropertyManagerImpl *impl = manager->impl;
+        const bool isStatic = static_cast<const void *>(impl) == manager->staticForm;
+        return isStatic ? static_cast<const StaticPropertyManager *>(impl) : nullptr;
+    }
+};
+
+} // namespace detail
 } // namespace Tavrin

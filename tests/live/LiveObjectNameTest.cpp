@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Names, ids and types.
+#include <string>
+#include <vector>
+
 #include <tavrin/LiveObject.h>
 
 #include <gtest/gtest.h>
@@ -100,6 +103,38 @@ TEST_F(LiveObjectNameTest, TellsCaseUnlessTheLanguageDoesNot)
     EXPECT_EQ(find(*document, "own"), nothing);
     EXPECT_EQ(find(*document, "own", kCaselessLanguage).id, 500);
     EXPECT_EQ(find(*document, "own", kUsedLanguages).id, 500);
+}
+
+// Names of some lengths are found by other ways than the rest.
+TEST_F(LiveObjectNameTest, FindsNamesOfAnyLengthInATable)
+{
+    constexpr int longest = 70;
+    std::vector<std::string> names;
+    std::vector<LivePropertyInfo> rows;
+    for (int length = 1; length <= longest; ++length)
+        names.push_back(std::string("abcdefghijklmnopqrstuvwxyz0123456789"
+                                    "abcdefghijklmnopqrstuvwxyz0123456789",
+                                    static_cast<std::size_t>(length)));
+    for (int length = 1; length <= longest; ++length)
+        rows.push_back({names[static_cast<std::size_t>(length - 1)].c_str(), length,
+                        kInfoReadWrite | kDefaultLanguage, nullptr});
+    rows.push_back({nullptr, 0, 0, nullptr});
+    const LivePropertyManager manager(rows.data());
+    const auto object = make<Plain>();
+    object->setPropertyManager(&manager);
+    for (int length = 1; length <= longest; ++length) {
+        const std::string &name = names[static_cast<std::size_t>(length - 1)];
+        const Found found{0, length, kInfoReadWrite};
+        EXPECT_EQ(find(*object, name.c_str()), found) << name;
+        EXPECT_EQ(find(*object, name.c_str(), 0x20000), nothing) << name;
+        for (std::size_t at = 0; at < name.size(); ++at) {
+            std::string other = name;
+            other[at] = '-';
+            EXPECT_EQ(find(*object, other.c_str()), nothing) << other;
+            other[at] = static_cast<char>(name[at] ^ 0x20);
+            EXPECT_EQ(find(*object, other.c_str()), nothing) << other;
+        }
+    }
 }
 
 TEST_F(LiveObjectNameTest, ComponentsThatWereAddedLaterComeFirst)
