@@ -18,7 +18,9 @@ using detail::Asked;
 using detail::guarded;
 using detail::guardedAlone;
 using detail::guardedOr;
+using detail::isExactly;
 using detail::isUsable;
+using detail::LivePropertyAccess;
 
 namespace {
 
@@ -36,6 +38,11 @@ constinit thread_local int detail::askedDepth = 0;
 int LiveObject::get(const String &name, Variant &out, Error *error) const
 {
     out.erase();
+    if (isExactly(*this) && isUsable(*this)) {
+        const LiveProperty *property = data->findByName(name, isCaseless(kDefaultLanguage));
+        if (property != nullptr && LivePropertyAccess::readPlain(*property, out))
+            return 0;
+    }
     const detail::SelfHold hold(*this);
     return guarded(error, [&] {
         int id;
@@ -43,7 +50,7 @@ int LiveObject::get(const String &name, Variant &out, Error *error) const
         if (const int code = getIDForName(name, id, type, kDefaultLanguage))
             return fail(code, name, error);
         const int code = detail::isReadable(type) ? get(id, out, error) : detail::errorNotSupported;
-        return setError(code, id, error, false);
+        return code == 0 ? 0 : setError(code, id, error, false);
     });
 }
 
@@ -66,7 +73,7 @@ int LiveObject::put(const String &name, const Variant &value, int propertyFlags,
             code = detail::errorReadOnly;
         else
             code = put(id, value, error);
-        return setError(code, id, error, false);
+        return code == 0 ? 0 : setError(code, id, error, false);
     });
 }
 
@@ -81,7 +88,7 @@ int LiveObject::call(const String &name, const Array &args, Variant &result, Err
             return fail(code, name, error);
         const int code =
             detail::isCallable(type) ? call(id, args, result, error) : detail::errorNoFunction;
-        return setError(code, id, error, false);
+        return code == 0 ? 0 : setError(code, id, error, false);
     });
 }
 

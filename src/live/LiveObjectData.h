@@ -12,6 +12,7 @@
 
 #include "live/BroadcasterPin.h"
 #include "live/LivePropertyAccess.h"
+#include "live/NameUnits.h"
 
 namespace Tavrin {
 
@@ -31,7 +32,13 @@ public:
             return first;
         return findFurtherByID(id);
     }
-    LiveProperty *findByName(const String &name, bool ignoresCase);
+    LiveProperty *findByName(const String &name, bool ignoresCase)
+    {
+        LiveProperty *first = properties;
+        if (first == nullptr || detail::isSameName(first->getName(), name)) [[likely]]
+            return first;
+        return findFurtherByName(name, ignoresCase);
+    }
 
     // Puts a property into the front of the list and gives it the next index.
     void add(LiveProperty &property) noexcept;
@@ -46,7 +53,7 @@ public:
     void dispose(LiveProperty *first) noexcept;
 
     TSimpleArray<LiveComponent> components; // each with a reference
-    LiveObject *autostoreTarget = nullptr;  // guarded by the lock of liveClasses
+    LiveObject *autostoreTarget = nullptr;  // guarded by the lock of liveClasses, but for a test
     int autostoreID = 0;                    // likewise
     LiveProperty *properties = nullptr;     // owned; the one that was used last is the first
     int propertyCount = 0;                  // the next index
@@ -66,6 +73,7 @@ private:
     struct Index;
 
     LiveProperty *findFurtherByID(int id);
+    LiveProperty *findFurtherByName(const String &name, bool ignoresCase);
     LiveProperty *search(int id);
     LiveProperty *search(const String &name, bool ignoresCase);
     void unlink(LiveProperty &property) noexcept;

@@ -166,6 +166,12 @@ int callComponent(const LiveObject &object, LiveObject &thisObject, int id, cons
 int LiveObject::get(int id, Variant &out, Error *error) const
 {
     out.erase();
+    // Nothing of the host runs here.
+    if (isUsable(*this)) [[likely]] {
+        const LiveProperty *property = data->findByID(id);
+        if (property != nullptr && LivePropertyAccess::readPlain(*property, out))
+            return 0;
+    }
     return answer(*this, id, error, [&] {
         if (!isUsable(*this))
             return detail::errorInvalid;

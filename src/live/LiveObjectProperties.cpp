@@ -37,7 +37,7 @@ bool isPermanent(const LiveProperty &property)
 bool hasName(const LiveProperty &property, const String &name, bool ignoresCase)
 {
     if (!ignoresCase)
-        return property.getName() == name;
+        return detail::isSameName(property.getName(), name);
     return property.getName().length() == name.length() && property.getName().ucmp(name) == 0;
 }
 
@@ -85,10 +85,10 @@ LiveProperty *LiveObjectData::findFurtherByID(int id)
     return found == nullptr ? nullptr : moveToFront(found);
 }
 
-LiveProperty *LiveObjectData::findByName(const String &name, bool ignoresCase)
+LiveProperty *LiveObjectData::findFurtherByName(const String &name, bool ignoresCase)
 {
     LiveProperty *found = properties;
-    if (found == nullptr || hasName(*found, name, ignoresCase))
+    if (ignoresCase && hasName(*found, name, true))
         return found;
     found = index != nullptr && index->canTell(ignoresCase) ? index->names.find(name, ignoresCase)
                                                             : search(name, ignoresCase);

@@ -221,3 +221,124 @@ TEST_F(LiveObjectByNameTest, AHandlerMayDropTheObject)
     EXPECT_EQ(fullText(got), "Cannot resolve reference");
     EXPECT_EQ(Plain::living, 0);
 }
+
+// An object of the library's own class takes a shorter way.
+TEST_F(LiveObjectByNameTest, AnObjectWithoutAClassOfItsOwnReadsAlike)
+{
+    const auto object = make<LiveObject>("Object", true);
+    const String longName = "aNameOfMoreThanSixteenUnits";
+    object->put("x", 1, kInfoReadWrite);
+    object->put(longName, "long", kInfoReadOnly);
+    object->defineIDForName("method", 900, kInfoMethod);
+    object->defineIDForName("asked", 901, kInfoReadWrite | kPropertyByMessage);
+    Variant out;
+    Error error;
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(object->get("x", out, &error), 0);
+        EXPECT_EQ(out, Variant(1));
+        EXPECT_EQ(object->get(longName, out, &error), 0);
+        EXPECT_EQ(out, Variant("long"));
+    }
+    EXPECT_EQ(object->get("X", out), 2);
+    EXPECT_FALSE(out.isDefined());
+    EXPECT_EQ(object->get("method", out, &error), 55);
+    EXPECT_EQ(fullText(error), "Object does not support the property or method 'method'");
+    EXPECT_EQ(object->get("asked", out), 2);
+    test::Ear ear = test::liveEar([](LiveMessage &message) {
+        *message.getData() = "answer";
+        return true;
+    });
+    object->addListener(ear, askGet);
+    EXPECT_EQ(object->get("asked", out), 0);
+    EXPECT_EQ(out, Variant("answer"));
+    object->removeListener(ear, askGet);
+    object->invalidate();
+    EXPECT_EQ(object->get("x", out), 45);
+    EXPECT_FALSE(out.isDefined());
+}
+
+TEST_F(LiveObjectByNameTest, OverridesSeeEachStep)
+{
+    struct Steps
+    {
+        int names = 0;
+        int reads = 0;
+        int values = 0;
+    };
+    struct Counted : LiveProperty
+    {
+        Counted(LiveObject &object, const String &name, int id, unsigned flags, Steps &counted)
+            : LiveProperty(object, name, id, flags), steps(counted)
+        {}
+        int get(Variant &out) const override
+        {
+            ++steps.values;
+            return LiveProperty::get(out);
+        }
+        Steps &steps;
+    };
+    struct Counting : LiveObject
+    {
+        Counting() : LiveObject("Counting", true) {}
+        using LiveObject::get;
+        int getIDForName(const String &name, int &id, InfoType &type, int flags) const override
+        {
+            ++steps.names;
+            return LiveObject::getIDForName(name, id, type, flags);
+        }
+        int get(int id, Variant &out, Error *error) const override
+        {
+            ++steps.reads;
+            return LiveObject::get(id, out, error);
+        }
+        LiveProperty *createProperty(const String &name, int id, unsigned flags) override
+        {
+            return new Counted(*this, name, id, flags, steps);
+        }
+        mutable Steps steps;
+    };
+    const auto object = make<Counting>();
+    object->put("width", 3, kInfoReadWrite);
+    object->steps = {};
+    Variant out;
+    EXPECT_EQ(object->get("width", out), 0);
+    EXPECT_EQ(out, Variant(3));
+    EXPECT_EQ(object->steps.names, 1);
+    EXPECT_EQ(object->steps.reads, 1);
+    EXPECT_EQ(object->steps.values, 1);
+}
+
+// The object counts the references that it takes for itself down, but for the last one.
+TEST_F(LiveObjectByNameTest, OnlyTheLastReferenceIsReleasedForTheHost)
+{
+    struct Pooled : LiveObject
+    {
+        explicit Pooled(int &counter) : LiveObject("Pooled", true), releases(counter) {}
+        using LiveObject::get;
+        int get(int id, Variant &out, Error *error) const override
+        {
+            const int code = LiveObject::get(id, out, error);
+            if (letsGo)
+                LiveBase::release();
+            return code;
+        }
+        void release() const override
+        {
+            ++releases;
+            LiveObject::release();
+        }
+        bool letsGo = false;
+        int &releases;
+    };
+    int releases = 0;
+    auto *object = new Pooled(releases);
+    object->put("width", 3, kInfoReadWrite);
+    Variant out;
+    EXPECT_EQ(object->get("width", out), 0);
+    EXPECT_EQ(object->getRefCount(), 1);
+    EXPECT_EQ(releases, 0);
+    object->letsGo = true;
+    EXPECT_EQ(object->get("width", out), 0);
+    EXPECT_EQ(out, Variant(3));
+    EXPECT_EQ(releases, 1);
+}
