@@ -125,8 +125,8 @@ int makeFrom(const InterfacePtr<LiveObject> &prototype, LiveObject **out)
 int LiveObject::addFactory(LiveObject &prototype, int flags)
 {
     return guarded(nullptr, [&] {
+        auto info = std::make_unique<FactoryInfo>(prototype, flags); // holds it from here on
         const String className = prototype.getClassName();
-        auto info = std::make_unique<FactoryInfo>(prototype, flags);
         std::unique_ptr<FactoryInfo> former;
         const CriticalSection section(tableLock(LockSlot::liveClasses));
         try {

@@ -10,6 +10,7 @@
 #include <tavrin/SimpleArray.h>
 
 #include "live/Guarded.h"
+#include "live/SelfHold.h"
 
 namespace Tavrin {
 
@@ -135,6 +136,7 @@ int LiveBase::getNextID()
 
 int LiveBase::getPropertyText(String &out, int id, bool isIndex) const
 {
+    const detail::SelfHold hold(*this); // hosts tell the names
     return detail::guarded(nullptr, [&] {
         const auto *object = static_cast<const LiveObject *>(getAs(asLiveObject));
         if (isIndex)

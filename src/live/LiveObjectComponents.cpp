@@ -64,6 +64,7 @@ int LiveObject::addComponent(LiveComponent &component)
     return guarded(nullptr, [&] {
         data->components.append(&component);
         component.addRef();
+        const detail::SelfHold held(component); // it may be removed again
         const detail::Locked locked(component);
         if (component.hasOperators())
             flags |= operatorsFlag;

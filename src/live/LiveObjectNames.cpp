@@ -276,6 +276,7 @@ int LiveObject::defineIDForName(const String &name, int id, int propertyFlags)
         return detail::errorNotSupported;
     if (data->findByName(name, isCaseless(propertyFlags)) != nullptr)
         return detail::errorRedeclared;
+    const detail::SelfHold hold(*this);
     return guarded(nullptr, [&] {
         LiveProperty *property = createProperty(name, id, static_cast<unsigned>(propertyFlags));
         if (property == nullptr)

@@ -7,6 +7,7 @@
 
 #include "live/InfoRecords.h"
 #include "live/LiveObjectData.h"
+#include "live/SelfHold.h"
 
 namespace Tavrin {
 
@@ -14,8 +15,14 @@ const ClassInfo *LiveObject::getClassInfo(int) const
 {
     if (!detail::isUsable(*this))
         return nullptr;
-    if (data->classInfo == nullptr)
-        data->classInfo = detail::newClassRecord(const_cast<LiveObject &>(*this));
+    const detail::SelfHold hold(*this);
+    if (data->classInfo == nullptr) { // the host tells the name of the class
+        const ClassInfo *made = detail::newClassRecord(const_cast<LiveObject &>(*this));
+        if (data->classInfo == nullptr)
+            data->classInfo = made;
+        else if (made != nullptr)
+            made->release();
+    }
     if (data->classInfo != nullptr)
         data->classInfo->addRef();
     return data->classInfo;
