@@ -2,6 +2,8 @@
 // Live objects as values. A value holds one reference to its object. Through a script object it
 // sees the live object that the script object wraps.
 // Pinned by tests/live/VariantLiveObjectTest.cpp.
+#include <utility>
+
 #include <tavrin/Array.h>
 #include <tavrin/Variant.h>
 #include <tvscript/Object.h>
@@ -131,20 +133,22 @@ bool Variant::getArray(Array &out) const
     return collection && detail::guardedOr(false, [&] { return copyElements(*collection, out); });
 }
 
-// Fetches the elements one by one, up to the first that fails.
+// Fetches the elements one by one, up to the first that fails, into an array that no one else has.
 bool Variant::copyElements(const LiveCollection &collection, Array &out)
 {
     unsigned length = 0;
     if (collection.getLength(length) != 0)
         return false;
-    out.setLength(length);
-    for (unsigned index = 0; index < length; ++index) {
+    Array elements(length);
+    unsigned index = 0;
+    for (; index < length; ++index) {
         Variant element;
         if (collection.getByIndex(index, element, nullptr) != 0)
-            return false;
-        out[index] = element;
+            break;
+        elements[index] = std::move(element);
     }
-    return true;
+    out = std::move(elements);
+    return index == length;
 }
 
 VariantType Variant::getDataType() const

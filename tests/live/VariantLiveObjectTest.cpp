@@ -233,8 +233,14 @@ TEST_F(VariantLiveObjectTest, FetchesTheElementsOfAnyCollection)
     Array out;
     EXPECT_TRUE(value.getArray(out));
     EXPECT_EQ(out, arrayOfValues(0U, 1U, 4U, 9U));
+    Array shared = arrayOfValues("a", "b", "c", "d");
+    out = shared;
+    EXPECT_TRUE(value.getArray(out));
+    EXPECT_EQ(out, arrayOfValues(0U, 1U, 4U, 9U));
+    EXPECT_EQ(shared, arrayOfValues("a", "b", "c", "d"));
     squares->failsAt = 2;
     EXPECT_FALSE(value.getArray(out));
+    EXPECT_EQ(out, arrayOfValues(0U, 1U, Variant(), Variant()));
     squares->lengthCode = 57;
     EXPECT_FALSE(value.getArray(out));
     EXPECT_EQ(value.getArray(), nullptr);
