@@ -66,9 +66,12 @@ struct Writing
     static bool writeOne(const String &name, std::int64_t *slot, std::int64_t argument)
     {
         auto &writing = *reinterpret_cast<Writing *>(static_cast<std::intptr_t>(argument));
-        if (writing.code == 0)
-            writing.code = writing.object.put(name, *THashTable<Variant>::fromValue(*slot),
-                                              kInfoReadWrite, writing.error);
+        if (writing.code != 0)
+            return true;
+        const Variant undefined;
+        const Variant *value = THashTable<Variant>::fromValue(*slot);
+        writing.code = writing.object.put(name, value != nullptr ? *value : undefined,
+                                          kInfoReadWrite, writing.error);
         return true;
     }
 };

@@ -98,6 +98,21 @@ TEST_F(VariantPropertiesTest, PutsEachPropertyByName)
     EXPECT_EQ(out, Variant("x"));
 }
 
+TEST_F(VariantPropertiesTest, ANameWithoutAValueBecomesUndefined)
+{
+    const auto object = make<Plain>();
+    object->put("a", 1, kInfoReadWrite);
+    Properties all;
+    all.set("a", nullptr, false);
+    EXPECT_EQ(Variant(*object).setObjectProperties(all, nullptr), 0);
+    Variant out = 2;
+    EXPECT_EQ(object->get("a", out), 0);
+    EXPECT_FALSE(out.isDefined());
+    object->put("a", 3, kInfoReadWrite);
+    EXPECT_EQ(Variant(*object).getObjectProperties(all, listed, nullptr), 0);
+    EXPECT_EQ(*all["a"], Variant(3));
+}
+
 TEST_F(VariantPropertiesTest, StopsAtTheFirstWriteThatFails)
 {
     const auto source = make<Plain>();
