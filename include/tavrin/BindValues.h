@@ -356,7 +356,10 @@ template <class Answer>
     } else if constexpr (std::same_as<T, Outcome<>>) {
         return answer.getCode();
     } else if constexpr (isOutcome<T>) {
-        return answer.getCode() != 0 ? answer.getCode() : giveBound(out, *answer.getValue());
+        if (answer.getValue())
+            return giveBound(out, *answer.getValue());
+        out.erase(); // also of a failure with the code 0
+        return answer.getCode();
     } else if constexpr (isOptional<T> && !std::same_as<T, Variant>) {
         if (answer)
             return giveBound(out, *answer);

@@ -140,6 +140,8 @@ public:
     {
         if (path == u"none")
             return Failed{48};
+        if (path == u"quiet")
+            return Failed{0};
         if (path == u"worded" && error != nullptr)
             error->push(48, "the file is gone", nullptr, false);
         if (path == u"worded")
@@ -517,6 +519,7 @@ TEST_F(BindTest, AFunctionMayTakeAllArgumentsAndTheError)
     EXPECT_EQ(tell(*tool, "sum", 1, 2, 3), "number 6");
     EXPECT_EQ(tell(*tool, "open", "a", 1), "string a2");
     EXPECT_EQ(tell(*tool, "open", "none"), "File or folder does not exist");
+    EXPECT_EQ(tell(*tool, "open", "quiet"), "undefined");
     EXPECT_EQ(tell(*tool, "open", "worded"), "the file is gone");
 }
 
