@@ -184,6 +184,7 @@ int LiveObject::getIDForName(const String &name, int &id, InfoType &type, int fl
     return findName(nullptr, name, id, type, flags);
 }
 
+// A name that is short or long, or that is sought without regard to case.
 [[gnu::noinline]] int LiveObject::findOddName(const StaticPropertyManager &table,
                                               const String &name, int &id, InfoType &type,
                                               int flags) const
