@@ -229,9 +229,15 @@ int Console::runPrompt()
     std::string pending;
     std::string line;
     int number = 0;
-    while (!hasExited && prompt.read(pending.empty() ? "> " : "... ", line))
-        if (!runLine(pending, line, ++number) && !prompt.isInteractive())
+    while (!hasExited) {
+        const Prompt::Answer answer = prompt.read(pending.empty() ? "> " : "... ", line);
+        if (answer == Prompt::Answer::end)
+            break;
+        if (answer == Prompt::Answer::interrupt)
+            pending.clear();
+        else if (!runLine(pending, line, ++number) && !prompt.isInteractive())
             exitCode = scriptFailed; // a script that is piped in
+    }
     if (prompt.isInteractive() && !hasExited)
         std::printf("\n");
     if (!pending.empty()) {
@@ -279,7 +285,8 @@ std::vector<std::string> Console::complete(const std::string &before)
         path == "this" && before.find("this.") == std::string::npos ? std::string() : path + ".";
     for (unsigned at = 0; at < names.length(); ++at) {
         const std::string name = utf8Of(names[at].getString());
-        if (name.rfind(start, 0) == 0)
+        const bool isInternal = name.rfind("__", 0) == 0 && start.empty();
+        if (name.rfind(start, 0) == 0 && !isInternal)
             found.push_back(prefix + name);
     }
     return found;

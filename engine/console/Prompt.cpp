@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "console/Prompt.h"
 
+#include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -36,6 +38,39 @@ char **complete(const char *word, int, int end)
     return candidates.empty() ? nullptr : rl_completion_matches(word, giveCandidate);
 }
 
+// Lines are UTF-8 in any locale; the editor looks at that of the process.
+void useUtf8()
+{
+    if (std::setlocale(LC_CTYPE, "") == nullptr || MB_CUR_MAX == 1)
+        std::setlocale(LC_CTYPE, "C.UTF-8");
+}
+
+volatile std::sig_atomic_t isInterrupted = 0;
+
+void onInterrupt(int)
+{
+    isInterrupted = 1;
+}
+
+// While it lives, control-C ends the reading of a line, and not the program.
+class Interruptible
+{
+public:
+    Interruptible()
+    {
+        isInterrupted = 0;
+        struct sigaction action = {};
+        action.sa_handler = onInterrupt; // and no restart
+        sigaction(SIGINT, &action, &before);
+    }
+    ~Interruptible() { sigaction(SIGINT, &before, nullptr); }
+    Interruptible(const Interruptible &) = delete;
+    Interruptible &operator=(const Interruptible &) = delete;
+
+private:
+    struct sigaction before = {};
+};
+
 } // namespace
 
 Prompt::Prompt(Completer completer) : interactive(isatty(STDIN_FILENO) != 0)
@@ -43,10 +78,12 @@ Prompt::Prompt(Completer completer) : interactive(isatty(STDIN_FILENO) != 0)
     if (!interactive)
         return;
     activeCompleter = std::move(completer);
+    useUtf8();
     rl_initialize();
     rl_attempted_completion_function = complete;
     rl_basic_word_break_characters = " \t\n\"'`@><=;|&{}()[]+-*/%!?:,~^";
     using_history();
+    stifle_history(longestHistory);
     const char *home = std::getenv("HOME");
     if (home == nullptr)
         return;
@@ -61,18 +98,32 @@ Prompt::~Prompt()
         write_history(historyFile.c_str());
 }
 
-bool Prompt::read(const char *prompt, std::string &line)
+Prompt::Answer Prompt::read(const char *prompt, std::string &line)
 {
-    if (!interactive)
-        return static_cast<bool>(std::getline(std::cin, line));
-    char *typed = readline(prompt);
+    if (interactive)
+        return readEdited(prompt, line);
+    return std::getline(std::cin, line) ? Answer::line : Answer::end;
+}
+
+Prompt::Answer Prompt::readEdited(const char *prompt, std::string &line)
+{
+    char *typed = nullptr;
+    {
+        const Interruptible untilHere;
+        typed = readline(prompt);
+    }
+    if (typed == nullptr && isInterrupted != 0) {
+        std::puts("");
+        return Answer::interrupt;
+    }
     if (typed == nullptr)
-        return false;
+        return Answer::end;
     line = typed;
-    if (!line.empty())
+    if (!line.empty() && line != lastLine)
         add_history(typed);
+    lastLine = line;
     std::free(typed);
-    return true;
+    return Answer::line;
 }
 
 } // namespace TvScript

@@ -20,13 +20,25 @@ public:
     Prompt(const Prompt &) = delete;
     Prompt &operator=(const Prompt &) = delete;
 
+    // What a user has done.
+    enum class Answer
+    {
+        line,
+        interrupt, // control-C: whatever was typed is given up
+        end,       // of the input, control-D
+    };
+
     bool isInteractive() const { return interactive; }
-    // False at the end of the input.
-    bool read(const char *prompt, std::string &line);
+    Answer read(const char *prompt, std::string &line);
 
 private:
+    Answer readEdited(const char *prompt, std::string &line);
+
+    static constexpr int longestHistory = 1000;
+
     bool interactive;
     std::string historyFile;
+    std::string lastLine; // of the history
 };
 
 } // namespace TvScript
