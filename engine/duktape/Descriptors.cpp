@@ -81,6 +81,38 @@ duk_ret_t onGetOwnPropertyDescriptor(duk_context *ctx)
     return 1;
 }
 
+// D-363: a descriptor with a value writes the property; its traits are the object's business.
+void defineLive(duk_context *ctx)
+{
+    duk_require_object(ctx, 2);
+    if (duk_has_prop_literal(ctx, 2, "get") != 0 || duk_has_prop_literal(ctx, 2, "set") != 0)
+        duk_error_raw(ctx, DUK_ERR_TYPE_ERROR, nullptr, 0,
+                      "a live object takes no accessors; its prototype does");
+    if (duk_has_prop_literal(ctx, 2, "value") == 0)
+        return;
+    duk_dup(ctx, 1);
+    duk_get_prop_literal(ctx, 2, "value");
+    duk_put_prop(ctx, 0);
+}
+
+duk_ret_t onDefineProperty(duk_context *ctx)
+{
+    if (questionOfArguments(ctx).record == nullptr)
+        return pushOriginal(ctx);
+    defineLive(ctx);
+    duk_dup(ctx, 0);
+    return 1;
+}
+
+duk_ret_t onReflectDefineProperty(duk_context *ctx)
+{
+    if (questionOfArguments(ctx).record == nullptr)
+        return pushOriginal(ctx);
+    defineLive(ctx);
+    duk_push_true(ctx);
+    return 1;
+}
+
 // A method of the object that answers yes or no.
 duk_ret_t pushAnswer(duk_context *ctx, bool (*answerOf)(const PropertyTraits &))
 {
@@ -124,11 +156,14 @@ void defineDescriptors(duk_context *ctx)
         defineReplacement(ctx, "getOwnPropertyDescriptor", onGetOwnPropertyDescriptor, 2);
         duk_pop(ctx);
     }
+    duk_get_global_literal(ctx, "Reflect");
+    defineReplacement(ctx, "defineProperty", onReflectDefineProperty, 3);
     duk_get_global_literal(ctx, "Object");
+    defineReplacement(ctx, "defineProperty", onDefineProperty, 3);
     duk_get_prop_literal(ctx, -1, "prototype");
     defineReplacement(ctx, "hasOwnProperty", onHasOwnProperty, 1);
     defineReplacement(ctx, "propertyIsEnumerable", onPropertyIsEnumerable, 1);
-    duk_pop_2(ctx);
+    duk_pop_3(ctx);
 }
 
 } // namespace TvScript

@@ -57,6 +57,14 @@ TEST_F(ClassScript, APrototypeTakesNewMethods)
     EXPECT_EQ(tell("'twice' in new Box"), "true");
 }
 
+TEST_F(ClassScript, APrototypeTakesAccessors)
+{
+    run("Object.defineProperty(Box.prototype, 'half', {"
+        " get: function () { return this.width / 2; },"
+        " set: function (half) { this.width = half * 2; }});");
+    EXPECT_EQ(tell("var box = new Box(12); box.half += 1; box.half + ' ' + box.width"), "7 14");
+}
+
 TEST_F(ClassScript, AnObjectGoesWhenTheScriptLetsItGo)
 {
     run("for (var i = 0; i < 100; ++i) new Box(i); i = null");

@@ -134,6 +134,24 @@ TEST_F(LivePropertyScript, ADescriptorTellsWhatIsKnownOfAProperty)
     EXPECT_EQ(tell("Reflect.getOwnPropertyDescriptor(box, 'width').value"), "1");
 }
 
+TEST_F(LivePropertyScript, DefinePropertyWritesTheValue)
+{
+    EXPECT_EQ(tell("(Object.defineProperty(box, 'width', {value: 7}) === box) + ',' + box.width"),
+              "true,7");
+    EXPECT_EQ(tell("Reflect.defineProperty(box, 'colour', {value: 'red', writable: false}) +"
+                   " box.colour"),
+              "truered");
+    EXPECT_EQ(tell("Object.defineProperty(box, 'label', {enumerable: false}); box.label"), "");
+    EXPECT_EQ(fail("Object.defineProperty(box, 'area', {value: 7})").substr(0, 3), "46:");
+    for (const char *use : {"Object.defineProperty(box, 'x', {get: function () {}})",
+                            "Reflect.defineProperty(box, 'x', {set: function () {}})",
+                            "Object.defineProperty(box, 'x')"})
+        EXPECT_EQ(fail(use).substr(0, 44), "54: Uncaught JavaScript exception: TypeError") << use;
+    EXPECT_EQ(tell("Object.defineProperty({}, 'x', {get: function () { return 5; }}).x"), "5");
+    EXPECT_EQ(tell("var plain = {}; Reflect.defineProperty(plain, 'y', {value: 6}) && plain.y"),
+              "6");
+}
+
 TEST_F(LivePropertyScript, DescriptorsOfOtherObjectsAreAsEver)
 {
     EXPECT_EQ(tell("JSON.stringify(Object.getOwnPropertyDescriptor([7], 0))"),
