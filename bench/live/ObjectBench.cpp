@@ -17,7 +17,6 @@
 #include <glib-object.h>
 
 #include <tavrin/Array.h>
-#include <tavrin/InitTerm.h>
 #include <tavrin/LiveCollection.h>
 #include <tavrin/LiveObject.h>
 #include <tavrin/Message.h>
@@ -29,6 +28,7 @@
 #include "Objects500.h"
 #include "Objects5000.h"
 #include "Signals.h"
+#include "live/Turns.h"
 #include "support/CaseName.h"
 
 namespace bench {
@@ -43,15 +43,6 @@ constexpr const char *names5000[] = {
 #include "Properties5000.inc"
 };
 
-class Session
-{
-public:
-    Session() { Tavrin::InitTerm::init(); }
-    ~Session() { Tavrin::InitTerm::exit(); }
-    Session(const Session &) = delete;
-    Session &operator=(const Session &) = delete;
-};
-
 // The places of the members in an order of their own, the same for all.
 std::vector<int> shuffled(int count)
 {
@@ -59,17 +50,6 @@ std::vector<int> shuffled(int count)
     std::iota(places.begin(), places.end(), 0);
     std::shuffle(places.begin(), places.end(), std::mt19937(1));
     return places;
-}
-
-// Calls `use` for one of the keys after the other, as long as the measurement takes.
-template <class Key, class Use>
-void inTurn(benchmark::State &state, const std::vector<Key> &keys, Use use)
-{
-    std::size_t at = 0;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(use(keys[at]));
-        at = at + 1 == keys.size() ? 0 : at + 1;
-    }
 }
 
 template <class Key, class Make>

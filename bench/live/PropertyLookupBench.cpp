@@ -11,13 +11,13 @@
 #include <benchmark/benchmark.h>
 #include <glib-object.h>
 
-#include <tavrin/InitTerm.h>
 #include <tavrin/LivePropertyManager.h>
 #include <tavrin/SimpleArray.h>
 
 #include "Properties20.h"
 #include "Properties500.h"
 #include "Properties5000.h"
+#include "live/Turns.h"
 #include "support/CaseName.h"
 
 namespace bench {
@@ -42,17 +42,6 @@ std::vector<const char *> shuffled(const char *const *names, std::size_t count)
     return result;
 }
 
-// Calls `lookup` for one of the keys after the other, as long as the measurement takes.
-template <class Key, class Lookup>
-void measure(benchmark::State &state, const std::vector<Key> &keys, Lookup lookup)
-{
-    std::size_t at = 0;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(lookup(keys[at]));
-        at = at + 1 == keys.size() ? 0 : at + 1;
-    }
-}
-
 // One of ours: the rows, and a manager over them.
 struct Rows
 {
@@ -64,15 +53,6 @@ struct Rows
     }
 
     std::vector<Tavrin::LivePropertyInfo> rows;
-};
-
-class Session
-{
-public:
-    Session() { Tavrin::InitTerm::init(); }
-    ~Session() { Tavrin::InitTerm::exit(); }
-    Session(const Session &) = delete;
-    Session &operator=(const Session &) = delete;
 };
 
 int idOf(const Tavrin::LivePropertyManager &manager, const Tavrin::String &name, int flags)
@@ -94,14 +74,14 @@ void lookUpInOurs(benchmark::State &state, const char *const *names, std::size_t
     std::vector<Tavrin::String> keys;
     for (const char *name : shuffled(names, count))
         keys.emplace_back(name);
-    measure(state, keys, [&](const Tavrin::String &name) { return idOf(manager, name, flags); });
+    inTurn(state, keys, [&](const Tavrin::String &name) { return idOf(manager, name, flags); });
 }
 
 void lookUpInQt(benchmark::State &state, const char *const *names, std::size_t count,
                 const QMetaObject &meta)
 {
-    measure(state, shuffled(names, count),
-            [&](const char *name) { return meta.indexOfProperty(name); });
+    inTurn(state, shuffled(names, count),
+           [&](const char *name) { return meta.indexOfProperty(name); });
 }
 
 GParamSpec **newParams(const char *const *names, std::size_t count)
@@ -147,8 +127,8 @@ GObjectClass *classOf(const char *const *names, std::size_t count)
 void lookUpInGObject(benchmark::State &state, const char *const *names, std::size_t count)
 {
     GObjectClass *objectClass = classOf(names, count);
-    measure(state, shuffled(names, count),
-            [&](const char *name) { return g_object_class_find_property(objectClass, name); });
+    inTurn(state, shuffled(names, count),
+           [&](const char *name) { return g_object_class_find_property(objectClass, name); });
 }
 
 // What the first lookup in a static table costs beyond the others: the index.
