@@ -13,6 +13,7 @@
 #include "reflection/Description.h"
 #include "reflection/PropServiceInfo.h"
 #include "reflection/TextAnswers.h"
+#include "values/VariantTypeNames.h"
 
 namespace Tavrin {
 
@@ -35,11 +36,6 @@ constexpr Word words[] = {
 };
 
 constexpr const char *anyWord = "any";
-
-constexpr const char *wordsOfKinds[] = {
-    "undefined", "null", "boolean", "number",   "string", "Object",    "Object",
-    "point",     "rect", "array",   "filespec", "regexp", "unitvalue",
-};
 
 struct ConstantValue
 {
@@ -86,7 +82,7 @@ TypeInfo::~TypeInfo() = default;
 
 const char *TypeInfo::convertDataTypeToString(VariantType type)
 {
-    return type < std::size(wordsOfKinds) ? wordsOfKinds[type] : anyWord;
+    return type <= kUnitValue ? detail::variantTypeNames[type] : anyWord;
 }
 
 void TypeInfo::getDataTypeAsString(String &out) const
