@@ -8,8 +8,6 @@
 
 #include "duktape/Values.h"
 
-using Tavrin::Variant;
-
 namespace TvScript {
 
 // Makes an array with all its elements in a row.
