@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The console at a terminal: a child runs it on a pseudo terminal, and the test types. It waits for
-// what it expects to see, and never for a time.
+// what it expects to see, and never for a fixed time.
 #include <array>
 #include <csignal>
 #include <cstdio>
@@ -11,6 +11,7 @@
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <tavrin/InitTerm.h>
@@ -62,11 +63,24 @@ public:
     Terminal(const Terminal &) = delete;
     Terminal &operator=(const Terminal &) = delete;
 
-    // Types behind a prompt: before it is there, the terminal itself would edit the line.
+    // Types behind a prompt.
     void type(const std::string &keys, const char *prompt = "> ")
     {
         EXPECT_TRUE(shows(prompt)) << seen;
+        EXPECT_TRUE(isEdited()) << seen;
         add(keys);
+    }
+    // Whether the editor takes the keys, which it does from some moment after the prompt; until
+    // then the terminal itself edits the line.
+    bool isEdited() const
+    {
+        for (int waited = 0; waited < longestWait; ++waited) {
+            termios state{};
+            if (tcgetattr(master, &state) == 0 && (state.c_lflag & ICANON) == 0)
+                return true;
+            usleep(1000);
+        }
+        return false;
     }
     // Goes on in the line.
     void add(const std::string &keys)
@@ -190,6 +204,7 @@ TEST_F(PromptTest, AnInterruptGivesUpWhatWasTyped)
     // One that comes in the instant before the editor waits is seen with the next key.
     for (int tries = 0; tries < 100 && !terminal.shows("\n> ", 200); ++tries)
         terminal.add("\x03");
+    EXPECT_TRUE(terminal.isEdited());
     terminal.add("6 * 7\n");
     EXPECT_TRUE(terminal.shows("\n42")) << terminal.text();
     terminal.type("\x04");
