@@ -31,7 +31,7 @@ String lineOf(const String &text, int number)
 void addPlace(String &report, const ErrorInfo &info)
 {
     String line;
-    line.print(":%ld: ", long{info.getLine()});
+    line.print(":%d: ", info.getLine());
     report += info.getFile().length() != 0 ? info.getFile() : String("script");
     report += line;
 }
