@@ -122,17 +122,17 @@ inline int dropReference(int *count) noexcept
     return __atomic_sub_fetch(count, 1, __ATOMIC_ACQ_REL);
 }
 
-// Gives a reference up unless it is the last one; whether it did.
-inline bool dropUnlessLast(int *count) noexcept
+// Gives a reference up if there are more than `kept` of them, at least one; whether it did.
+inline bool dropAbove(int *count, int kept) noexcept
 {
     if (globals.locks == nullptr) {
-        if (*count <= 1)
+        if (*count <= kept)
             return false;
         --*count;
         return true;
     }
     int seen = __atomic_load_n(count, __ATOMIC_RELAXED);
-    while (seen > 1)
+    while (seen > kept)
         if (__atomic_compare_exchange_n(count, &seen, seen - 1, true, __ATOMIC_RELEASE,
                                         __ATOMIC_RELAXED))
             return true;

@@ -6,26 +6,27 @@
 namespace Tavrin::detail {
 
 // Keeps an object alive while code of the host runs that may let it go. An object that is dying
-// already, and calls its own operations from a destructor, is left alone. Only the last reference
-// goes through the virtual release.
+// already, and calls its own operations from a destructor, is left alone. Where others gave
+// references up meanwhile, it goes by the virtual release, which a host may have changed.
 class SelfHold
 {
 public:
-    explicit SelfHold(const LiveBase &object) : held(object.getRefCount() > 0 ? &object : nullptr)
+    explicit SelfHold(const LiveBase &object) : held(object), others(object.getRefCount())
     {
-        if (held != nullptr)
-            held->addRef();
+        if (others > 0)
+            held.addRef();
     }
     ~SelfHold()
     {
-        if (held != nullptr && !dropUnlessLast(&held->refCount)) [[unlikely]]
-            held->release();
+        if (others > 0 && !dropAbove(&held.refCount, others)) [[unlikely]]
+            held.release();
     }
     SelfHold(const SelfHold &) = delete;
     SelfHold &operator=(const SelfHold &) = delete;
 
 private:
-    const LiveBase *held;
+    const LiveBase &held;
+    const int others; // references when it began
 };
 
 } // namespace Tavrin::detail

@@ -308,8 +308,8 @@ TEST_F(LiveObjectByNameTest, OverridesSeeEachStep)
     EXPECT_EQ(object->steps.values, 1);
 }
 
-// The object counts the references that it takes for itself down, but for the last one.
-TEST_F(LiveObjectByNameTest, OnlyTheLastReferenceIsReleasedForTheHost)
+// The object counts the references that it takes for itself down, unless others went meanwhile.
+TEST_F(LiveObjectByNameTest, TheHostSeesTheReleaseOfAnObjectThatWasLetGoMeanwhile)
 {
     struct Pooled : LiveObject
     {
@@ -338,7 +338,11 @@ TEST_F(LiveObjectByNameTest, OnlyTheLastReferenceIsReleasedForTheHost)
     EXPECT_EQ(object->getRefCount(), 1);
     EXPECT_EQ(releases, 0);
     object->letsGo = true;
+    object->addRef(); // as a pool holds one
+    EXPECT_EQ(object->get("width", out), 0);
+    EXPECT_EQ(object->getRefCount(), 1);
+    EXPECT_EQ(releases, 1);
     EXPECT_EQ(object->get("width", out), 0);
     EXPECT_EQ(out, Variant(3));
-    EXPECT_EQ(releases, 1);
+    EXPECT_EQ(releases, 2);
 }
