@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 
@@ -52,16 +53,20 @@ public:
     void shrink() noexcept;
     void swap(NameIndex &other) noexcept;
 
-    HashItem *find(const String &name, unsigned nameHash, bool ignoreCase) const;
-    // The first item that may have a name with this hash; without one, whether there is none.
-    struct Candidate
+    // Of the keys that differ from the name only in case, if at all, the last in walking order.
+    HashItem *findLast(const String &name, unsigned nameHash) const;
+    // Of those keys the first in walking order, or the one that is equal; null if there is none.
+    static HashItem *choose(HashItem *last, const String &name, bool ignoreCase);
+    HashItem *find(const String &name, unsigned nameHash, bool ignoreCase) const
     {
-        HashItem *item;
-        bool isLast;
-    };
-    Candidate firstCandidate(unsigned nameHash) const;
+        return choose(findLast(name, nameHash), name, ignoreCase);
+    }
+    // Where an item with this hash is if there is room.
+    const NameGroup &homeOf(unsigned nameHash) const;
     // Of the keys that differ only in case, the added one comes first in walking order.
     void add(HashItem *item) noexcept;
+    // Only if there is no key that differs only in case.
+    void addAlone(HashItem *item) noexcept;
     void remove(HashItem *item) noexcept;
     // Turns the walking order of keys that differ only in case around.
     void reverseVariants() noexcept;
@@ -169,9 +174,11 @@ private:
     HashItem *firstOf(int bucket) const;
     template <class Visitor>
     void visitAll(Visitor visit) const;
+    template <class Form>
+    HashItem *findAs(const String &key, std::size_t length, bool ignoreCase) const;
     HashItem *findInChain(const String &key, bool ignoreCase) const;
     [[gnu::noinline]] HashItem *findAnyItem(const String &key, bool ignoreCase) const;
-    HashItem &add(const String &key, unsigned nameHash, std::int64_t value);
+    HashItem &add(const String &key, unsigned nameHash, std::int64_t value, bool isAlone);
     void growIndex();
     void rehash(int bucketCount);
     bool shrink() noexcept;

@@ -176,25 +176,38 @@ void HashTable::getKeys(TSimpleArray<const String> &out) const
     });
 }
 
-// The common cases have no call in them, so that they need no frame: an ASCII name of common length
-// that is missing, and one that is the first candidate and differs from no other key only in case.
-// The hash of a name with other units is wrong here, and whatever is found all the same is right.
+// The common cases have no call in them, so that they need no frame.
 HashItem *HashTable::findItem(const String &key, bool ignoreCase) const
 {
     const std::size_t length = detail::lengthOf(key);
-    if (index.isBuilt() && detail::fitsRun(length)) [[likely]] {
+    if (index.isBuilt()) [[likely]] {
         detail::clearWideRegisters();
-        const detail::RunPlaces places(length);
-        const detail::NameRun run(key.wstr(), places);
-        const unsigned nameHash = detail::nameHashOfAscii(run, length);
-        const detail::NameIndex::Candidate candidate = index.firstCandidate(nameHash);
-        HashItem *item = candidate.item;
-        if (item != nullptr && item->nameHash == nameHash && item->variant == item &&
-            detail::lengthOf(item->key) == length &&
-            detail::NameRun(item->key.wstr(), places) == run) [[likely]]
+        if (detail::NameRun::fits(length)) [[likely]]
+            return findAs<detail::NameRun>(key, length, ignoreCase);
+        if (detail::ShortName::fits(length))
+            return findAs<detail::ShortName>(key, length, ignoreCase);
+    }
+    return findAnyItem(key, ignoreCase);
+}
+
+// Of a name of ASCII units, decides the two common cases: it is missing, or the first candidate and
+// there is no other key that differs from it only in case. The hash of a name with other units is
+// wrong here, and whatever is found all the same is right.
+template <class Form>
+inline HashItem *HashTable::findAs(const String &key, std::size_t length, bool ignoreCase) const
+{
+    const detail::NamePlaces places(length);
+    const Form name(key.wstr(), places);
+    const unsigned nameHash = detail::nameHashOfAscii(name, length);
+    const detail::NameGroup &home = index.homeOf(nameHash);
+    const unsigned found = home.matches(detail::NameGroup::tagOf(nameHash));
+    if (found != 0) [[likely]] {
+        HashItem *item = home.items[detail::NameGroup::lowestOf(found)];
+        if (detail::lengthOf(item->key) == length && Form(item->key.wstr(), places) == name &&
+            item->variant == item) [[likely]]
             return item;
-        if (run.isAscii()) [[likely]]
-            return candidate.isLast ? nullptr : index.find(key, nameHash, ignoreCase);
+    } else if (!home.sendsOn() && name.isAscii()) [[likely]] {
+        return nullptr;
     }
     return findAnyItem(key, ignoreCase);
 }
@@ -219,10 +232,17 @@ HashItem *HashTable::findInChain(const String &key, bool ignoreCase) const
 const String &HashTable::set(const String &key, std::int64_t value, bool ignoreCase)
 {
     const unsigned nameHash = detail::nameHashOf(key);
-    HashItem *item =
-        index.isBuilt() ? index.find(key, nameHash, ignoreCase) : findInChain(key, ignoreCase);
+    HashItem *item = nullptr;
+    bool isAlone = false;
+    if (index.isBuilt()) {
+        HashItem *last = index.findLast(key, nameHash);
+        item = detail::NameIndex::choose(last, key, ignoreCase);
+        isAlone = last == nullptr;
+    } else {
+        item = findInChain(key, ignoreCase);
+    }
     if (item == nullptr)
-        return add(key, nameHash, value).key;
+        return add(key, nameHash, value, isAlone).key;
     // D-121: the last spelling stays.
     if (ignoreCase)
         item->key = key;
@@ -230,8 +250,9 @@ const String &HashTable::set(const String &key, std::int64_t value, bool ignoreC
     return item->key;
 }
 
-// What can fail comes before what changes the table.
-HashItem &HashTable::add(const String &key, unsigned nameHash, std::int64_t value)
+// `isAlone` if it is known that no key differs only in case. What can fail comes before what
+// changes the table.
+HashItem &HashTable::add(const String &key, unsigned nameHash, std::int64_t value, bool isAlone)
 {
     if (count == std::numeric_limits<int>::max())
         detail::throwOutOfMemory();
@@ -243,7 +264,9 @@ HashItem &HashTable::add(const String &key, unsigned nameHash, std::int64_t valu
     auto *item = ::new (pool.take())
         HashItem{std::move(copy), nullptr, hash, nameHash, value, nullptr, nullptr};
     linkInto(buckets[bucketOf(hash, buckets.length())], item);
-    if (index.isBuilt())
+    if (isAlone)
+        index.addAlone(item);
+    else if (index.isBuilt())
         index.add(item);
     ++count;
     return *item;

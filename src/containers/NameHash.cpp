@@ -15,18 +15,33 @@ const bool hasWideRegisters = (__builtin_cpu_init(), __builtin_cpu_supports("avx
 
 namespace {
 
+std::uint64_t sumsOf(const unsigned short *units, std::size_t length)
+{
+    const NamePlaces places(length);
+    return ShortName::fits(length) ? ShortName(units, places).sums()
+                                   : NameRun(units, places).sums();
+}
+
 // Mixes up to `mostUnitsOfRun` units. They are made caseless first, so that a name has one hash
-// whether it is read at once or not: other units may have an ASCII unit for their upper case.
+// whether it is read at once or not: other units may have an ASCII unit for their upper case. Upper
+// bytes are mixed in where there are any.
 std::uint64_t mixUnits(const unsigned short *units, std::size_t length, std::uint64_t salt)
 {
-    unsigned short caseless[mostUnitsOfRun] = {};
-    copyUpper(units, caseless, static_cast<int>(length));
-    for (unsigned short &unit : caseless)
-        if (unit < lowestNonAscii)
-            unit &= caselessAsciiBits;
+    unsigned short low[mostUnitsOfRun] = {};
+    unsigned short high[mostUnitsOfRun] = {};
+    copyUpper(units, low, static_cast<int>(length));
+    unsigned all = 0;
+    for (std::size_t at = 0; at < length; ++at) {
+        const unsigned unit = low[at];
+        all |= unit;
+        const unsigned kept = unit < lowestNonAscii ? caselessAsciiBits : 0xFF;
+        low[at] = static_cast<unsigned short>(unit & kept);
+        high[at] = static_cast<unsigned short>(unit >> 8);
+    }
     // The empty name is read as one unit 0, and differs from that by the salt.
-    const RunPlaces places(std::max(length, std::size_t{1}));
-    return mixSums(NameRun(caseless, places).sums(), salt);
+    const std::size_t read = std::max(length, std::size_t{1});
+    const std::uint64_t mixed = mixSums(sumsOf(low, read), salt);
+    return all > 0xFF ? mixSums(sumsOf(high, read), mixed) : mixed;
 }
 
 } // namespace

@@ -17,7 +17,14 @@ namespace Tavrin::detail {
 
 inline std::size_t lengthOf(const String &name)
 {
-    return static_cast<std::size_t>(name.length());
+    return static_cast<unsigned>(name.length());
+}
+
+template <class Form>
+bool areEqualAs(const unsigned short *left, const unsigned short *right, std::size_t length)
+{
+    const NamePlaces places(length);
+    return Form(left, places) == Form(right, places);
 }
 
 inline bool areEqualNames(const String &a, const String &b)
@@ -29,10 +36,10 @@ inline bool areEqualNames(const String &a, const String &b)
     if (a.length() != b.length())
         return false;
     const std::size_t length = lengthOf(a);
-    if (fitsRun(length)) [[likely]] {
-        const RunPlaces places(length);
-        return NameRun(left, places) == NameRun(right, places);
-    }
+    if (NameRun::fits(length)) [[likely]]
+        return areEqualAs<NameRun>(left, right, length);
+    if (ShortName::fits(length))
+        return areEqualAs<ShortName>(left, right, length);
     return std::memcmp(left, right, length * sizeof *left) == 0;
 }
 
@@ -69,31 +76,40 @@ inline unsigned chainHashOf(const String &name)
     return static_cast<unsigned>(upper * weights >> 48) + toUpperUnit(units[4]);
 }
 
-// A hash of the whole name, the same for names that differ only in case. All its bits serve alike.
+// A hash of the whole name, the same for names that differ only in case. Bits that are far apart
+// serve alike.
 unsigned nameHashOfAny(const unsigned short *units, std::size_t length);
 
-// Mixes the sums of a run; `salt` tells runs of different lengths and in different places apart.
+// Mixes the sums of a part of a name; `salt` tells parts of different lengths and in different
+// places apart. The upper bits of a product depend on all of the factor, and come out as the lower
+// ones.
 inline std::uint64_t mixSums(std::uint64_t sums, std::uint64_t salt)
 {
-    __extension__ using Product = unsigned __int128;
     constexpr std::uint64_t factor = 0x9E37'79B9'7F4A'7C15;
-    const Product product = Product{sums + salt} * factor;
-    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+    const std::uint64_t salted = sums + salt;
+    return __builtin_bswap64((salted ^ salted >> 32) * factor);
 }
 
-inline unsigned nameHashOfAscii(const NameRun &run, std::size_t length)
+// Right for names of ASCII units.
+template <class Form>
+unsigned nameHashOfAscii(const Form &name, std::size_t length)
 {
-    return static_cast<unsigned>(mixSums(run.caselessSums(), length));
+    return static_cast<unsigned>(mixSums(name.caselessSums(), length));
 }
 
 inline unsigned nameHashOf(const String &name)
 {
     const std::size_t length = lengthOf(name);
-    if (fitsRun(length)) [[likely]] {
+    const NamePlaces places(length);
+    if (NameRun::fits(length)) [[likely]] {
         clearWideRegisters();
-        const NameRun run(name.wstr(), RunPlaces(length));
+        const NameRun run(name.wstr(), places);
         if (run.isAscii()) [[likely]]
             return nameHashOfAscii(run, length);
+    } else if (ShortName::fits(length)) {
+        const ShortName units(name.wstr(), places);
+        if (units.isAscii()) [[likely]]
+            return nameHashOfAscii(units, length);
     }
     return nameHashOfAny(name.wstr(), length);
 }

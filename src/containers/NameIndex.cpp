@@ -119,7 +119,7 @@ std::optional<NameIndex::Position> NameIndex::locate(const String &name, unsigne
     const std::uint64_t tag = NameGroup::tagOf(nameHash);
     for (unsigned at = nameHash, left = mask;; ++at, --left) {
         const NameGroup &group = groups[at & mask];
-        for (std::uint64_t found = group.matches(tag); found != 0; found &= found - 1) {
+        for (unsigned found = group.matches(tag); found != 0; found &= found - 1) {
             const unsigned place = NameGroup::lowestOf(found);
             const HashItem *item = group.items[place];
             if (item->nameHash == nameHash && areAlikeNames(item->key, name))
@@ -130,28 +130,39 @@ std::optional<NameIndex::Position> NameIndex::locate(const String &name, unsigne
     }
 }
 
-HashItem *NameIndex::find(const String &name, unsigned nameHash, bool ignoreCase) const
+HashItem *NameIndex::findLast(const String &name, unsigned nameHash) const
 {
-    const Candidate candidate = firstCandidate(nameHash);
-    if (candidate.isLast)
+    // So it is for most names that are to be added.
+    const NameGroup &home = homeOf(nameHash);
+    if (home.matches(NameGroup::tagOf(nameHash)) == 0 && !home.sendsOn())
         return nullptr;
     const auto position = locate(name, nameHash);
-    if (!position)
+    return position ? groups[position->at & mask].items[position->place] : nullptr;
+}
+
+HashItem *NameIndex::choose(HashItem *last, const String &name, bool ignoreCase)
+{
+    if (last == nullptr)
         return nullptr;
-    HashItem *last = groups[position->at & mask].items[position->place];
     return ignoreCase ? last->variant : exactVariant(last, name);
 }
 
 void NameIndex::add(HashItem *item) noexcept
 {
-    ++items;
     if (const auto position = locate(item->key, item->nameHash)) {
         HashItem *last = groups[position->at & mask].items[position->place];
         item->variant = std::exchange(last->variant, item);
+        ++items;
     } else {
-        item->variant = item;
-        place(item);
+        addAlone(item);
     }
+}
+
+void NameIndex::addAlone(HashItem *item) noexcept
+{
+    item->variant = item;
+    place(item);
+    ++items;
 }
 
 // Makes an entry of an item whose key is not like that of another one.

@@ -8,6 +8,10 @@
 
 #include "containers/NameHash.h"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 // How a HashTable finds an item by its whole key: open addressing over groups of seven items, each
 // group one line of the processor's cache.
 //
@@ -39,17 +43,23 @@ struct alignas(64) NameGroup
 
     static std::uint64_t tagOf(unsigned nameHash) { return nameHash >> 24 | leastTag; }
 
-    // The places whose byte is 0, as the top bits of their bytes. The lowest one is right; above it
-    // there may be false ones, whose byte is 1.
-    static std::uint64_t zeroPlaces(std::uint64_t bytes) { return (bytes - ones) & ~bytes & tops; }
-    static unsigned lowestOf(std::uint64_t found)
+    // The places whose byte is 0, a bit each. The lowest one is right; above it there may be false
+    // ones, whose byte is 1.
+    static unsigned zeroPlaces(std::uint64_t bytes)
     {
-        return static_cast<unsigned>(std::countr_zero(found)) / 8;
+        const std::uint64_t found = (bytes - ones) & ~bytes & tops;
+        // Moves the top bit of each byte to its place.
+        constexpr std::uint64_t gather = 0x0102'0408'1020'4000;
+        return static_cast<unsigned>((found >> 7) * gather >> 56);
+    }
+    static unsigned lowestOf(unsigned found)
+    {
+        return static_cast<unsigned>(std::countr_zero(found));
     }
 
     bool isTaken(unsigned place) const { return (tags >> 8 * place & 0xFF) != 0; }
-    // The places that may hold the tag.
-    std::uint64_t matches(std::uint64_t tag) const { return zeroPlaces(tags ^ tag * ones); }
+    // The places that may hold the tag, a bit each; the lowest one does.
+    unsigned matches(std::uint64_t tag) const;
     bool hasRoom() const { return zeroPlaces(tags) != 0; }
 
     bool sendsOn() const { return tags >> countShift != 0; }
@@ -75,13 +85,28 @@ struct alignas(64) NameGroup
 };
 static_assert(sizeof(NameGroup) == 64, "a group is one line of the cache");
 
-inline NameIndex::Candidate NameIndex::firstCandidate(unsigned nameHash) const
+#if defined(__SSE2__)
+
+inline unsigned NameGroup::matches(std::uint64_t tag) const
 {
-    const NameGroup &group = groups[nameHash & mask];
-    const std::uint64_t found = group.matches(NameGroup::tagOf(nameHash));
-    if (found == 0)
-        return {nullptr, !group.sendsOn()};
-    return {group.items[NameGroup::lowestOf(found)], false};
+    const __m128i wanted = _mm_cvtsi64_si128(static_cast<long long>(tag * ones));
+    const __m128i front = _mm_load_si128(reinterpret_cast<const __m128i *>(this));
+    constexpr unsigned allPlaces = (1U << places) - 1;
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(front, wanted))) & allPlaces;
+}
+
+#else
+
+inline unsigned NameGroup::matches(std::uint64_t tag) const
+{
+    return zeroPlaces(tags ^ tag * ones);
+}
+
+#endif
+
+inline const NameGroup &NameIndex::homeOf(unsigned nameHash) const
+{
+    return groups[nameHash & mask];
 }
 
 } // namespace Tavrin::detail
