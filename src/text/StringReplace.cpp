@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "text/StringBlocks.h"
+#include "text/UnitScan.h"
 #include "text/WideText.h"
 
 namespace Tavrin {
@@ -19,46 +20,59 @@ using detail::WideText;
 
 namespace {
 
-// The matches of a pattern, from a first one on. The first ones are kept, so that a second walk
-// finds them without a search.
+// The matches of a pattern that do not overlap, from a first one on. The first ones are kept, so
+// that a second walk finds them without a search.
 class Matches
 {
 public:
-    Matches(UnitView text, UnitView pattern, int first) : text(text), pattern(pattern), first(first)
-    {}
-
-    int count()
+    Matches(UnitView text, UnitView pattern, int start) : text(text), pattern(pattern)
     {
-        int found = 0;
-        for (int at = first; at >= 0; at = behind(at), ++found)
-            if (found < room)
-                positions[found] = at;
-        kept = std::min(found, room);
-        return found;
+        // The sum of both could be too large.
+        if (start <= text.length - pattern.length)
+            kept = findFrom(std::max(start, 0), positions, room);
     }
 
-    // Calls `visit` with each position. Those that are kept were found before.
+    bool isEmpty() const { return kept == 0; }
+    int first() const { return positions[0]; }
+    int count() const
+    {
+        return forEach([](int) {});
+    }
+
+    // Calls `visit` with each position, and returns how many there are.
     template <class Visit>
     int forEach(Visit visit) const
     {
         for (int index = 0; index < kept; ++index)
             visit(positions[index]);
-        int found = kept;
-        for (int at = kept == 0 ? first : behind(positions[kept - 1]); at >= 0; at = behind(at)) {
-            visit(at);
-            ++found;
+        if (kept < room)
+            return kept;
+        int total = kept;
+        int last = positions[kept - 1];
+        constexpr int few = 64;
+        int more[few];
+        for (int found = few; found == few; total += found) {
+            found = findFrom(last + pattern.length, more, few);
+            for (int index = 0; index < found; ++index)
+                visit(last = more[index]);
         }
-        return found;
+        return total;
     }
 
 private:
-    static constexpr int room = 1024;
+    int findFrom(int from, int *to, int most) const
+    {
+        const int found = detail::findAllUnits(text.units + from, text.length - from, pattern.units,
+                                               pattern.length, to, most);
+        for (int index = 0; index < found; ++index)
+            to[index] += from;
+        return found;
+    }
 
-    int behind(int at) const { return detail::findForward(text, pattern, at + pattern.length); }
+    static constexpr int room = 1024;
 
     UnitView text;
     UnitView pattern;
-    int first;
     int kept = 0;
     int positions[room];
 };
@@ -118,19 +132,19 @@ int String::replaceAllUnits(const UnitView &from, const UnitView &to, int start)
     if (from.length == 0)
         return 0;
     const UnitView text = StringAccess::view(*this);
-    const int first = detail::findForward(text, from, start);
-    if (first < 0)
+    const Matches matches(text, from, start);
+    if (matches.isEmpty())
         return 0;
     int newLength = 0;
-    Matches matches(text, from, first);
     if (to.length <= from.length && !buffer->isShared()) {
         if (holds(from.units) || holds(to.units)) {
             const String keptFrom = StringAccess::make(from);
             const String keptTo = StringAccess::make(to);
-            return replaceAllUnits(StringAccess::view(keptFrom), StringAccess::view(keptTo), first);
+            return replaceAllUnits(StringAccess::view(keptFrom), StringAccess::view(keptTo),
+                                   matches.first());
         }
         const int count = replaceMatches(matches, text, from.length, to, buffer->text, newLength,
-                                         detail::moveUnits);
+                                         [](auto... run) { detail::moveUnits(run...); });
         adjust(newLength);
         return count;
     }
@@ -143,7 +157,8 @@ int String::replaceAllUnits(const UnitView &from, const UnitView &to, int start)
     }
     StringBuffer *fresh = detail::makeBuffer(newLength);
     fresh->capacityWord |= buffer->capacityWord & StringBuffer::pinnedFlag;
-    replaceMatches(matches, text, from.length, to, fresh->text, newLength, detail::copyUnits);
+    replaceMatches(matches, text, from.length, to, fresh->text, newLength,
+                   [](auto... run) { detail::copyUnits(run...); });
     adopt(fresh);
     return count;
 }

@@ -25,6 +25,8 @@ struct UnitRoutines
                      int m) noexcept;
     int (*findUnitsReverse)(const unsigned short *text, int n, const unsigned short *pattern,
                             int m) noexcept;
+    int (*findAllUnits)(const unsigned short *text, int n, const unsigned short *pattern, int m,
+                        int *positions, int room) noexcept;
     int (*findAnyUnit)(const unsigned short *text, int n, const unsigned short *set,
                        int m) noexcept;
     int (*firstFoldedDifference)(const unsigned short *a, const unsigned short *b, int n) noexcept;
@@ -84,6 +86,15 @@ const UnitRoutines *avx2Routines() noexcept;
                                           const unsigned short *pattern, int m) noexcept
 {
     return activeRoutines.findUnitsReverse(text, n, pattern, m);
+}
+
+// Writes the indices of the first `room` occurrences that do not overlap, and returns how many; an
+// empty pattern is not found.
+[[nodiscard]] inline int findAllUnits(const unsigned short *text, int n,
+                                      const unsigned short *pattern, int m, int *positions,
+                                      int room) noexcept
+{
+    return activeRoutines.findAllUnits(text, n, pattern, m, positions, room);
 }
 
 // The index of the first unit that occurs in the set, or -1; -1 for an empty set.

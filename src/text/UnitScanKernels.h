@@ -18,6 +18,7 @@ inline constexpr UnitRoutines routines = {
     findUnit<Lanes, Backward>,
     findUnits<Lanes>,
     findUnitsReverse<Lanes>,
+    findAllUnits<Lanes>,
     findAnyUnit<Lanes>,
     firstFoldedDifference<Lanes>,
     copyCase<Lanes, UpperCase>,

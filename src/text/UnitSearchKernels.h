@@ -140,18 +140,48 @@ private:
     std::int64_t cost = 0;
 };
 
-// The rest of a search that has looked at the places in the block at `at` and all before it.
-template <class Lanes>
-int findInRest(const unsigned short *text, int n, const unsigned short *pattern, int m,
-               int done) noexcept
+// What a search does with a match: the first one ends it, or up to `room` that do not overlap are
+// collected.
+struct FirstMatch
 {
-    const int found = twoWaySearch(text + done, n - done, pattern, m);
-    return found < 0 ? -1 : done + found;
+    static constexpr int next = 0; // matches in front of it do not count
+    bool take(int) noexcept { return true; }
+};
+
+struct AllMatches
+{
+    bool take(int at) noexcept
+    {
+        positions[count++] = at;
+        next = at + m;
+        return count == room;
+    }
+
+    int *positions;
+    int room;
+    int m;
+    int count = 0;
+    int next = 0;
+};
+
+// The rest of a search that has looked at the places in front of `done`.
+template <class Lanes, class Matches>
+int findInRest(const unsigned short *text, int n, const unsigned short *pattern, int m, int done,
+               Matches &matches) noexcept
+{
+    for (int from = std::max(done, matches.next);; from = matches.next) {
+        const int found = twoWaySearch(text + from, n - from, pattern, m);
+        if (found < 0)
+            return -1;
+        if (matches.take(from + found))
+            return from + found;
+    }
 }
 
-// A pattern of at least two units.
-template <class Lanes, class Order>
-int findPattern(const unsigned short *text, int n, const unsigned short *pattern, int m) noexcept
+// The match that ended the search, or -1.
+template <class Lanes, class Order, class Matches>
+int findPattern(const unsigned short *text, int n, const unsigned short *pattern, int m,
+                Matches &matches) noexcept
 {
     if (m > n)
         return -1;
@@ -160,12 +190,13 @@ int findPattern(const unsigned short *text, int n, const unsigned short *pattern
         if constexpr (isNarrowest<Lanes>) {
             for (int step = 0; step < places; ++step) {
                 const int place = Order::template index<Lanes>(step, places);
-                if (equalUnits<Lanes>(text + place, pattern, m))
+                if (place >= matches.next && equalUnits<Lanes>(text + place, pattern, m) &&
+                    matches.take(place))
                     return place;
             }
             return -1;
         } else {
-            return findPattern<Shorter<Lanes>, Order>(text, n, pattern, m);
+            return findPattern<Shorter<Lanes>, Order>(text, n, pattern, m, matches);
         }
     }
     const int probe = probeOf<Lanes>(pattern, m);
@@ -181,15 +212,19 @@ int findPattern(const unsigned short *text, int n, const unsigned short *pattern
             continue;
         do {
             const int lane = Order::template lane<Lanes>(candidates);
-            const int matched = matchAt<Lanes>(text + at + lane, pattern, m);
-            if (matched == m)
-                return at + lane;
-            wrong.add(matched);
+            const int place = at + lane;
             candidates = without<Lanes>(candidates, lane);
+            if (place < matches.next)
+                continue;
+            const int matched = matchAt<Lanes>(text + place, pattern, m);
+            if (matched < m)
+                wrong.add(matched);
+            else if (matches.take(place))
+                return place;
         } while (candidates != 0);
         if constexpr (std::is_same_v<Order, Forward>) {
             if (wrong.tooMany(at))
-                return findInRest<Lanes>(text, n, pattern, m, at + Lanes::width);
+                return findInRest<Lanes>(text, n, pattern, m, at + Lanes::width, matches);
         } else {
             if (wrong.tooMany(places - at))
                 return twoWaySearchReverse(text, at + m - 1, pattern, m);
@@ -203,8 +238,9 @@ int findUnits(const unsigned short *text, int n, const unsigned short *pattern, 
 {
     if (m < 1)
         return 0;
+    FirstMatch match;
     return m == 1 ? findUnit<Lanes>(text, n, *pattern)
-                  : findPattern<Lanes, Forward>(text, n, pattern, m);
+                  : findPattern<Lanes, Forward>(text, n, pattern, m, match);
 }
 
 template <class Lanes>
@@ -213,8 +249,20 @@ int findUnitsReverse(const unsigned short *text, int n, const unsigned short *pa
 {
     if (m < 1)
         return std::max(n, 0);
+    FirstMatch match;
     return m == 1 ? findUnit<Lanes, Backward>(text, n, *pattern)
-                  : findPattern<Lanes, Backward>(text, n, pattern, m);
+                  : findPattern<Lanes, Backward>(text, n, pattern, m, match);
+}
+
+template <class Lanes>
+int findAllUnits(const unsigned short *text, int n, const unsigned short *pattern, int m,
+                 int *positions, int room) noexcept
+{
+    if (m < 1 || room < 1)
+        return 0;
+    AllMatches matches{positions, room, m};
+    findPattern<Lanes, Forward>(text, n, pattern, m, matches);
+    return matches.count;
 }
 
 // --- Sets ----------------------------------------------------------------------------------------

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <tavrin/String.h>
 
+#include <climits>
 #include <limits>
 #include <string>
 
@@ -221,6 +222,38 @@ TEST_F(StringReplaceTest, ReplacesInLongTexts)
         EXPECT_EQ(unitsOf(text), expected);
         EXPECT_TRUE(isTerminated(text));
     }
+}
+
+TEST_F(StringReplaceTest, ReplacesAsManyMatchesAsThereAre)
+{
+    for (const int matches : {1023, 1024, 1025, 1087, 1088, 1089, 5000}) {
+        std::u16string units = u"key";
+        for (int index = 0; index < matches; ++index)
+            units += u"key ";
+        for (const std::u16string_view to : {u"", u"k", u"value"}) {
+            int count = 0;
+            const std::u16string behind =
+                replacedAll(units.substr(3), u"key", std::u16string(to), count);
+            String text(Units(units).data());
+            EXPECT_EQ(text.replaceAll("key", textOf(to), 1), count);
+            EXPECT_EQ(count, matches);
+            EXPECT_EQ(unitsOf(text), u"key" + behind);
+        }
+    }
+}
+
+TEST_F(StringReplaceTest, StartsNowhereBehindTheLastMatch)
+{
+    String text("abab");
+    EXPECT_EQ(text.replaceAll("ab", "x", 3), 0);
+    EXPECT_EQ(text.replaceAll("ab", "x", 4), 0);
+    EXPECT_EQ(text.replaceAll("ab", "x", INT_MAX), 0);
+    EXPECT_EQ(text.replaceAll("ababa", "x"), 0);
+    EXPECT_EQ(text, "abab");
+    EXPECT_EQ(text.replaceAll("ab", "x", 2), 1);
+    EXPECT_EQ(text, "abx");
+    EXPECT_EQ(text.replaceAll("ab", "x", INT_MIN), 1);
+    EXPECT_EQ(text, "xx");
 }
 
 TEST_F(StringReplaceTest, ReplacesWithItselfOrByItself)

@@ -84,6 +84,19 @@ int plainFindReverse(const Units &text, const Units &pattern)
     return found == text.end() && !pattern.empty() ? -1 : static_cast<int>(found - text.begin());
 }
 
+std::vector<int> plainFindAll(const Units &text, const Units &pattern)
+{
+    std::vector<int> all;
+    auto from = text.begin();
+    for (;;) {
+        const auto found = std::search(from, text.end(), pattern.begin(), pattern.end());
+        if (found == text.end())
+            return all;
+        all.push_back(static_cast<int>(found - text.begin()));
+        from = found + lengthOfRun(pattern);
+    }
+}
+
 int plainCompare(const Units &a, const Units &b, int limit, bool isFolded)
 {
     for (int at = 0; at < limit; ++at) {
@@ -172,6 +185,9 @@ TEST(UnitScanChoice, IsWhatTheCallersGet)
     EXPECT_EQ(findUnitReverse(text.data(), 4, 'B'), 3);
     EXPECT_EQ(findUnits(text.data(), 4, text.data() + 2, 2), 2);
     EXPECT_EQ(findUnitsReverse(text.data(), 4, text.data() + 3, 1), 3);
+    int positions[2] = {};
+    EXPECT_EQ(findAllUnits(text.data(), 4, text.data() + 1, 1, positions, 2), 2);
+    EXPECT_EQ(positions[1], 3);
     EXPECT_EQ(findAnyUnit(text.data(), 4, other.data() + 2, 3), -1);
     EXPECT_EQ(firstFoldedDifference(text.data(), other.data(), 4), 4);
     EXPECT_EQ(firstChangedByUpper(text.data(), 4), 0);
@@ -210,6 +226,9 @@ TEST_P(UnitScan, TakesALengthBelowOneForAnEmptyRun)
         EXPECT_EQ(set->findUnits(few, 2, nullptr, n), 0);
         EXPECT_EQ(set->findUnitsReverse(few, 2, nullptr, n), 2);
         EXPECT_EQ(set->findUnitsReverse(nullptr, n, nullptr, 0), 0);
+        EXPECT_EQ(set->findAllUnits(nullptr, n, few, 2, nullptr, 1), 0);
+        EXPECT_EQ(set->findAllUnits(few, 2, nullptr, n, nullptr, 1), 0);
+        EXPECT_EQ(set->findAllUnits(few, 2, few, 2, nullptr, n), 0);
         EXPECT_FALSE(set->copyUpper(nullptr, nullptr, n));
         EXPECT_FALSE(set->copyLower(nullptr, nullptr, n));
         EXPECT_LE(set->firstChangedByUpper(nullptr, n), 0);
@@ -379,6 +398,51 @@ TEST_P(UnitScan, FindsPatternsInRandomTextsOfFewLetters)
         ASSERT_EQ(set->findUnits(text.data(), n, pattern.data(), m), plainFind(text, pattern));
         ASSERT_EQ(set->findUnitsReverse(text.data(), n, pattern.data(), m),
                   plainFindReverse(text, pattern));
+    }
+}
+
+TEST_P(UnitScan, CollectsAllOccurrencesThatDoNotOverlap)
+{
+    std::mt19937 random(5);
+    const auto below = [&](int limit) { return static_cast<int>(random() % unsigned(limit)); };
+    for (int round = 0; round < 20000; ++round) {
+        const int letters = 1 + below(4);
+        Units text(index(below(200)));
+        for (Unit &unit : text)
+            unit = static_cast<Unit>('a' + below(letters));
+        Units pattern(index(1 + below(8)));
+        for (Unit &unit : pattern)
+            unit = static_cast<Unit>('a' + below(letters));
+        const int n = lengthOfRun(text);
+        const int m = lengthOfRun(pattern);
+        const std::vector<int> all = plainFindAll(text, pattern);
+        for (const int room : {0, 1, 2, 7, n, n + 1}) {
+            std::vector<int> found(index(room));
+            const int count =
+                set->findAllUnits(text.data(), n, pattern.data(), m, found.data(), room);
+            ASSERT_EQ(count, std::min(room, static_cast<int>(all.size())));
+            found.resize(index(count));
+            ASSERT_TRUE(std::equal(found.begin(), found.end(), all.begin()));
+        }
+    }
+}
+
+TEST_P(UnitScan, CollectsOccurrencesThatMatchAlmostEverywhere)
+{
+    // Enough false candidates that the search changes its method on the way.
+    for (const int m : {2, 20, 500}) {
+        Units pattern(index(m), 'a');
+        pattern[index(m / 2)] = 'b';
+        Units text(9000, 'a');
+        for (const int at : {3000, 3000 + m, 6000, 6001 + m, 9000 - m})
+            std::ranges::copy(pattern, text.begin() + at);
+        std::vector<int> found(10);
+        const int count = set->findAllUnits(text.data(), 9000, pattern.data(), m, found.data(), 10);
+        found.resize(index(count));
+        EXPECT_EQ(found, plainFindAll(text, pattern)) << m;
+        EXPECT_EQ(count, 5);
+        EXPECT_EQ(set->findAllUnits(text.data(), 9000, pattern.data(), m, found.data(), 2), 2);
+        EXPECT_EQ(found[1], 3000 + m);
     }
 }
 
