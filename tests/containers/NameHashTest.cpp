@@ -160,12 +160,12 @@ TEST(NameGroup, FindsTheLowestPlaceOfATag)
     std::mt19937 random(1);
     // Few tags, so that they meet, of which some differ only in the lowest bit.
     std::uniform_int_distribution<unsigned> tag(2, 9);
-    for (int round = 0; round < 20000; ++round) {
+    for (unsigned round = 0; round < 20000; ++round) {
         detail::NameGroup group;
         std::vector<unsigned> tags(round % (detail::NameGroup::places + 1));
         for (unsigned &one : tags)
             group.put(one = tag(random), nullptr);
-        for (int passed = round % 3; passed > 0; --passed)
+        for (unsigned passed = round % 3; passed > 0; --passed)
             group.countPassed();
         const unsigned wanted = tag(random);
         const unsigned found = group.matches(wanted);

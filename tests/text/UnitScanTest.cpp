@@ -97,6 +97,32 @@ std::vector<int> plainFindAll(const Units &text, const Units &pattern)
     }
 }
 
+// Random texts, and a pattern for each, of one to four letters.
+class RandomTexts
+{
+public:
+    Units next(int longestText, int longestPattern)
+    {
+        const int letters = 1 + below(4);
+        pattern = unitsOf(1 + below(longestPattern), letters);
+        return unitsOf(below(longestText), letters);
+    }
+
+    Units pattern;
+
+private:
+    int below(int limit) { return static_cast<int>(random() % unsigned(limit)); }
+    Units unitsOf(int count, int letters)
+    {
+        Units units(index(count));
+        for (Unit &unit : units)
+            unit = static_cast<Unit>('a' + below(letters));
+        return units;
+    }
+
+    std::mt19937 random;
+};
+
 int plainCompare(const Units &a, const Units &b, int limit, bool isFolded)
 {
     for (int at = 0; at < limit; ++at) {
@@ -277,10 +303,10 @@ TEST_P(UnitScan, ComparesRunsAtEveryAlignment)
     const Units run = distinctUnits(n);
     for (int shiftA = 0; shiftA < 20; ++shiftA) {
         for (int shiftB = 0; shiftB < 20; ++shiftB) {
-            Units a(index(shiftA));
-            a.insert(a.end(), run.begin(), run.end());
-            Units b(index(shiftB));
-            b.insert(b.end(), run.begin(), run.end());
+            Units a(index(shiftA + n));
+            std::ranges::copy(run, a.begin() + shiftA);
+            Units b(index(shiftB + n));
+            std::ranges::copy(run, b.begin() + shiftB);
             ASSERT_EQ(set->firstDifference(a.data() + shiftA, b.data() + shiftB, n), n);
             b.back() = 0;
             ASSERT_EQ(set->firstDifference(a.data() + shiftA, b.data() + shiftB, n), n - 1);
@@ -383,16 +409,10 @@ TEST_P(UnitScan, FindsAPatternAtEveryPlaceAndNoOther)
 
 TEST_P(UnitScan, FindsPatternsInRandomTextsOfFewLetters)
 {
-    std::mt19937 random(20000);
-    const auto below = [&](int limit) { return static_cast<int>(random() % unsigned(limit)); };
+    RandomTexts texts;
     for (int round = 0; round < 20000; ++round) {
-        const int letters = 1 + below(4);
-        Units text(index(below(200)));
-        for (Unit &unit : text)
-            unit = static_cast<Unit>('a' + below(letters));
-        Units pattern(index(1 + below(30)));
-        for (Unit &unit : pattern)
-            unit = static_cast<Unit>('a' + below(letters));
+        const Units text = texts.next(200, 30);
+        const Units &pattern = texts.pattern;
         const int n = lengthOfRun(text);
         const int m = lengthOfRun(pattern);
         ASSERT_EQ(set->findUnits(text.data(), n, pattern.data(), m), plainFind(text, pattern));
@@ -403,23 +423,15 @@ TEST_P(UnitScan, FindsPatternsInRandomTextsOfFewLetters)
 
 TEST_P(UnitScan, CollectsAllOccurrencesThatDoNotOverlap)
 {
-    std::mt19937 random(5);
-    const auto below = [&](int limit) { return static_cast<int>(random() % unsigned(limit)); };
+    RandomTexts texts;
     for (int round = 0; round < 20000; ++round) {
-        const int letters = 1 + below(4);
-        Units text(index(below(200)));
-        for (Unit &unit : text)
-            unit = static_cast<Unit>('a' + below(letters));
-        Units pattern(index(1 + below(8)));
-        for (Unit &unit : pattern)
-            unit = static_cast<Unit>('a' + below(letters));
-        const int n = lengthOfRun(text);
-        const int m = lengthOfRun(pattern);
-        const std::vector<int> all = plainFindAll(text, pattern);
-        for (const int room : {0, 1, 2, 7, n, n + 1}) {
+        const Units text = texts.next(200, 8);
+        const std::vector<int> all = plainFindAll(text, texts.pattern);
+        for (const int room : {0, 1, 2, 7, lengthOfRun(text), lengthOfRun(text) + 1}) {
             std::vector<int> found(index(room));
             const int count =
-                set->findAllUnits(text.data(), n, pattern.data(), m, found.data(), room);
+                set->findAllUnits(text.data(), lengthOfRun(text), texts.pattern.data(),
+                                  lengthOfRun(texts.pattern), found.data(), room);
             ASSERT_EQ(count, std::min(room, static_cast<int>(all.size())));
             found.resize(index(count));
             ASSERT_TRUE(std::equal(found.begin(), found.end(), all.begin()));
