@@ -7,7 +7,7 @@
 
 namespace Tavrin::detail {
 
-#if defined(__SSE2__)
+#if defined(__SSE2__) && !defined(__AVX__)
 
 const bool hasWideRegisters = (__builtin_cpu_init(), __builtin_cpu_supports("avx"));
 

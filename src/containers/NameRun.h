@@ -152,6 +152,13 @@ private:
 
 #if defined(__SSE2__)
 
+#if defined(__AVX__)
+
+// The compiler does it, and the instructions below do not wait.
+inline void clearWideRegisters() {}
+
+#else
+
 // Whether the processor has registers wider than those of SSE2; false before this library is up.
 extern const bool hasWideRegisters;
 
@@ -163,6 +170,8 @@ inline void clearWideRegisters()
         asm volatile("vzeroupper");
     }
 }
+
+#endif
 
 class Sse2NameRun
 {
