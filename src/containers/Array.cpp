@@ -131,10 +131,11 @@ Array &Array::append(Variant &&element)
 
 void Array::setLength(unsigned int newLength)
 {
-    if (newLength == data->length)
-        return;
+    // An empty array of its own record is pinned, and is so no more.
     if (newLength == 0) {
         detail::dropRecord(std::exchange(data, emptyRecord()));
+    } else if (newLength == data->length) {
+        return;
     } else if (data->isShared()) {
         unique(newLength);
     } else if (newLength < data->length) {

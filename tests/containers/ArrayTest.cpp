@@ -193,6 +193,16 @@ TEST_F(ArrayTest, EmptyingEndsPinning)
     EXPECT_TRUE(share(array, copy));
 }
 
+TEST_F(ArrayTest, EmptyingAnEmptyArrayEndsPinningToo)
+{
+    Array array;
+    array.makeUnique();
+    array.erase();
+    array += 1;
+    const Array copy(array);
+    EXPECT_TRUE(share(array, copy));
+}
+
 TEST_F(ArrayTest, AssignmentToItselfChangesNothing)
 {
     Array array = listOf({1, 2});
