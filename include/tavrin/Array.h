@@ -27,8 +27,6 @@ struct ArrayAccess;
 class TAVRIN_API BasicArray : public Root
 {
 public:
-    ~BasicArray() override;
-
     virtual unsigned int length() const = 0;
     // Whether there is an element, and it is not undefined.
     virtual bool isDefined(unsigned int index) const = 0;
@@ -50,6 +48,7 @@ public:
 
 protected:
     BasicArray() = default;
+    ~BasicArray() override;
 
     static const Variant &missingElement();
 };
@@ -71,7 +70,7 @@ struct ArrayData
     unsigned int refWord;    // how many Array objects refer to it, and whether it is pinned
     unsigned int length;     // logical length
     unsigned int denseLimit; // lower indexes are in `dense`, others in `sparse`
-    void *link;              // see Array.cpp
+    void *link;              // see ArrayRecord.cpp
 
     static constexpr unsigned int countMask = 0x3FFF'FFFF;
     static constexpr unsigned int pinnedBit = 0x4000'0000;

@@ -615,5 +615,6 @@ TEST(Array, IsAPointerBesideItsTable)
     EXPECT_EQ(sizeof(Array), 2 * sizeof(void *));
     EXPECT_TRUE((std::is_base_of_v<BasicArray, Array>));
     EXPECT_TRUE((std::is_base_of_v<Root, BasicArray>));
+    EXPECT_FALSE(std::is_destructible_v<BasicArray>);
     EXPECT_TRUE(std::has_virtual_destructor_v<Array>);
 }
