@@ -179,7 +179,8 @@ public:
     }
     Array &operator+=(const Point &point) { return append(Variant(point)); }
     Array &operator+=(const Rect &rect) { return append(Variant(rect)); }
-    Array &operator+=(const Array &array) { return append(Variant(array)); }
+    // D-405: an array that is appended to itself contains itself.
+    Array &operator+=(const Array &array);
     Array &operator+=(LiveObject &object) { return *this += &object; }
     Array &operator+=(LiveObject *object);
     Array &operator+=(const volatile void *) = delete;

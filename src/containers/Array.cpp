@@ -129,6 +129,14 @@ Array &Array::append(Variant &&element)
     return *this;
 }
 
+// D-405: the new element is there before it becomes the array.
+Array &Array::operator+=(const Array &array)
+{
+    append(Variant());
+    *data->find(data->length - 1) = array;
+    return *this;
+}
+
 void Array::setLength(unsigned int newLength)
 {
     // An empty array of its own record is pinned, and is so no more.

@@ -394,11 +394,50 @@ TEST_F(ArrayTest, EveryAppendingFormMakesAnElement)
                              Array &, int *>));
 }
 
-TEST_F(ArrayTest, AnArrayAppendedToItselfContainsItsFormerSelf)
+TEST_F(ArrayTest, AnArrayAppendedToItselfContainsItself)
 {
     Array array = listOf({1});
     array += array;
+    EXPECT_EQ(textOf(array), "1,[this]");
+    array[1].erase();
+    Array empty;
+    empty += empty;
+    EXPECT_EQ(textOf(empty), "[this]");
+    empty[0].erase();
+}
+
+TEST_F(ArrayTest, ASharedArrayAppendedToItselfContainsItselfAlone)
+{
+    Array array = listOf({1});
+    const Array copy(array);
+    array += array;
+    EXPECT_EQ(textOf(array), "1,[this]");
+    EXPECT_EQ(textOf(copy), "1");
+    array[1].erase();
+}
+
+TEST_F(ArrayTest, APinnedArrayAppendedToItselfContainsACopy)
+{
+    Array array = listOf({1});
+    array.makeUnique();
+    array += array;
+    EXPECT_EQ(textOf(array), "1,[1,undefined]");
+}
+
+TEST_F(ArrayTest, AnArrayAppendedToItselfByWayOfAValueContainsItsFormerSelf)
+{
+    Array array = listOf({1});
+    array += Variant(array);
     EXPECT_EQ(textOf(array), "1,[1]");
+}
+
+TEST_F(ArrayTest, ANestedArrayCanBeAppendedToTheOneAroundIt)
+{
+    Array array = listOf({listOf({7})});
+    for (int round = 0; round < 1500; ++round)
+        array += *array[0].getArray();
+    EXPECT_EQ(array.length(), 1501U);
+    EXPECT_EQ(textOf(*array[1500].getArray()), "7");
 }
 
 TEST_F(ArrayTest, AppendingGoesBehindTheLengthAndNotBehindTheElements)
