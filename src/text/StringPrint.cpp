@@ -308,7 +308,9 @@ private:
         const auto *bytes = arguments.nextPointer<char>();
         if (bytes == nullptr)
             return padCut(field, WideText(null).view());
-        // By the default encoder.
+        // By the default encoder. One that refuses the bytes leaves the string as it was.
+        if (decoded.length() > 0)
+            decoded.clear();
         decoded.decode(bytes, -1, nullptr);
         padCut(field, StringAccess::view(decoded));
     }

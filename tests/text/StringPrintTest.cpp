@@ -156,6 +156,14 @@ TEST_F(StringPrintTest, BytesGoThroughTheDefaultEncoder)
     EXPECT_EQ(printed("%s", "caf\xC3\xA9"), "caf\xC3\xA9");
 }
 
+TEST_F(StringPrintTest, BytesThatTheDefaultEncoderRefusesPrintAsNothing)
+{
+    Encoder::setDefault(Encoder::getUtf8());
+    EXPECT_EQ(printed("%s|%s|", "abc", "\xFF"), "abc||");
+    EXPECT_EQ(printed("%s|%3s|%s", "abc", "x\x80", "de"), "abc|   |de");
+    EXPECT_EQ(printed("%s", "\xFF"), "");
+}
+
 TEST_F(StringPrintTest, TheFormatItselfIsWidened)
 {
     EXPECT_EQ(printed("\xE9%d", 1), "\xE9"
