@@ -262,7 +262,8 @@ int String::decode(const char *bytes, int count, const Encoder *encoder)
         return decodeUtf8(bytes, length);
     if (buffer->length == 0 || !holds(bytes))
         return decodeBy(converter, bytes, length);
-    String other;
+    // A copy, which stays as it is when the encoder refuses to tell the length.
+    String other(*this);
     const int code = other.decodeBy(converter, bytes, length);
     assignUnits(StringAccess::view(other));
     return code;

@@ -345,6 +345,20 @@ TEST_F(StringEncodingTest, StringDecodesFromItsOwnText)
     EXPECT_EQ(none.length(), 2);
 }
 
+TEST_F(StringEncodingTest, RefusedLengthLeavesTheStringAloneAlsoForItsOwnText)
+{
+    HostEncoder refusing("REFUSING");
+    refusing.onUnicodeLength = [](const char *, int, int &) { return 44; };
+    String text("before");
+    String pinned(text);
+    pinned.makeUnique();
+    for (String *string : {&text, &pinned}) {
+        const auto *own = reinterpret_cast<const char *>(string->wstr());
+        EXPECT_EQ(string->decode(own + 2, 4, &refusing), 44);
+        EXPECT_TRUE(*string == "before");
+    }
+}
+
 TEST_F(StringEncodingTest, StringDecodesWhatItEncodedItself)
 {
     String text = textOf(u"\u00E9\u20AC");
