@@ -35,12 +35,18 @@ bool isEmpty(const char *text)
     return text == nullptr || *text == '\0';
 }
 
+// The spelling under which a name is looked up.
+String keyOf(const String &name)
+{
+    return detail::withoutPrefix(detail::normalisedName(name));
+}
+
 template <class Unit>
 const Encoder *getByName(const Unit *name)
 {
     if (registry == nullptr)
         return nullptr;
-    const String key = detail::withoutPrefix(detail::normalisedName(name));
+    const String key = keyOf(name);
     CriticalSection section(registryLock());
     // D-113: the default encoder is handed out but not registered; it may be nobody's to keep.
     return key.length() == 0 ? &Encoder::getDefault() : registry->findOrMake(key);
@@ -136,10 +142,14 @@ bool Encoder::addAlias(const Encoder &encoder, const char *alias)
 
 bool Encoder::addAlias(const char *name, const char *alias)
 {
-    if (registry == nullptr || isEmpty(name) || isEmpty(alias))
+    if (registry == nullptr || isEmpty(alias))
+        return false;
+    // D-113: the default encoder is not the registry's to name.
+    const String key = keyOf(name);
+    if (key.length() == 0)
         return false;
     CriticalSection section(registryLock());
-    return addAliasTo(get(name), alias);
+    return addAliasTo(registry->findOrMake(key), alias);
 }
 
 const Encoder *Encoder::get(const char *name)

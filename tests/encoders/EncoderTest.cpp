@@ -299,6 +299,17 @@ TEST_F(EncoderTest, AliasNeedsANameAndAnEncoder)
     EXPECT_EQ(Encoder::get("A"), nullptr);
 }
 
+TEST_F(EncoderTest, AliasOfTheEmptyNameDoesNotRegisterTheDefault)
+{
+    const HostEncoder own("OWN");
+    Encoder::setDefault(own);
+    for (const char *name : {"", "x-", "X_"})
+        EXPECT_FALSE(Encoder::addAlias(name, "A")) << name;
+    EXPECT_EQ(Encoder::get("A"), nullptr);
+    EXPECT_EQ(Encoder::get("OWN"), nullptr);
+    Encoder::setDefault(Encoder::getUtf8());
+}
+
 TEST_F(EncoderTest, AliasMayNameACodePageThatWasNeverAskedFor)
 {
     EXPECT_TRUE(Encoder::addAlias("CP1251", "MY-CYRILLIC"));
