@@ -12,7 +12,9 @@ class String;
 // may derive their own. Built in are US-ASCII, binary, Windows-1252, ISO-8859-1, Mac Roman, UTF-8,
 // UCS-2 (that is UTF-16) and UCS-4 in both byte orders; the system's code pages are added when they
 // are first asked for.
-// Owns:    the registry owns the encoders that it holds, until InitTerm::exit.
+// Owns:    the registry owns the encoders that it holds, until InitTerm::exit. There is none
+//          outside init and exit: get gives null, add and addAlias take nothing, and the default
+//          encoder and the system's are US-ASCII.
 // Threads: the registry may be used on any thread; conversions of one encoder may run on several
 //          threads at once. An encoder that keeps state between calls has String::decode and encode
 //          hold the registry's lock meanwhile, by leaving its lengths unknown. find and getNames

@@ -8,7 +8,7 @@
 // An encoder that has lost its last name is retired: it leaves the array of registered ones, and
 // those that are fixed, or the calling thread's default, go to its successor. It stays in `owned`,
 // because other threads and open files may hold it. Pinned by
-// tests/encoders/EncoderRegistryTest.cpp and tests/encoders/EncoderMemoryTest.cpp.
+// tests/encoders/EncoderTest.cpp and tests/encoders/EncoderMemoryTest.cpp.
 #include "encoders/EncoderRegistry.h"
 
 #include <algorithm>

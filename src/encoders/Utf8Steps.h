@@ -134,7 +134,7 @@ private:
     int code = noError;
 };
 
-// Utf8Encoder's counterpart for the other direction.
+// Utf8Encoding: the state of a conversion to bytes, by the same rules.
 class Utf8Encoding
 {
 public:
