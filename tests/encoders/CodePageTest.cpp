@@ -357,6 +357,30 @@ TEST_F(CodePageTest, LengthsOfLongTextsAreCounted)
     EXPECT_EQ(decoded("CP65001", std::string(5000, '\xFF')), std::u16string(5000, u'\uFFFD'));
 }
 
+TEST_F(CodePageTest, LongTextsFillTheRoomOfTheirLength)
+{
+    // Characters that take a shift each, at all places in a buffer.
+    for (const char *name : {"CP50227", "CP50220", "CP50225", "CP65000", "CP54936"})
+        for (std::size_t before = 0; before < 8; ++before) {
+            std::u16string text(before, u'a');
+            for (int index = 0; index < 3000; ++index)
+                text += index % 2 == 0 ? u"\u7C85" : u"\u4E00";
+            EXPECT_GT(encoded(name, text).size(), text.size()) << name;
+        }
+}
+
+TEST_F(CodePageTest, PairsStayWholeWhereverTheyStand)
+{
+    for (std::size_t before = 500; before < 520; ++before) {
+        const std::u16string text(before, u'a');
+        const std::u16string more(1000, u'b');
+        const std::string expected = std::string(before, 'a') + "?\xF0\x9F\x98\x80";
+        EXPECT_EQ(encoded("CP65001", text + u"\xD800\xD83D\xDE00" + more),
+                  expected + std::string(1000, 'b'));
+        EXPECT_EQ(encoded("CP65001", text + u"\xD800\xD83D\xDE00"), expected);
+    }
+}
+
 TEST_F(CodePageTest, ConversionWantsExactlyTheRoomOfItsLength)
 {
     const Encoder &encoder = *Encoder::get("CP1251");

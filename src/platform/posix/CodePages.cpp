@@ -3,8 +3,9 @@
 //
 // Opening a converter is slow, and a converter serves one thread at a time. Each code page keeps
 // one for either direction; whoever finds it taken opens another one, and closes it when the spare
-// place is full again. iconv cannot count without converting, so counting converts to a small
-// buffer over and over. Pinned by tests/encoders/CodePageTest.cpp.
+// place is full again. iconv cannot count without converting, so counting converts to a buffer over
+// and over. Encoding goes by pieces that never fill the buffer: the converter for ISO-2022-CN
+// writes a shift twice when it finds no room behind it. Pinned by tests/encoders/CodePageTest.cpp.
 #include "platform/CodePages.h"
 
 #include <bit>
@@ -160,20 +161,13 @@ public:
     Output(void *targetBytes, std::size_t targetSize)
         : target(static_cast<char *>(targetBytes)), targetLeft(targetSize)
     {
-        if (target == nullptr) {
-            useBuffer();
-            return;
-        }
-        begin = place = target;
-        left = targetLeft;
+        choosePlace();
     }
 
     char **placePointer() { return &place; }
     std::size_t *leftPointer() { return &left; }
 
-    // Makes room after E2BIG; false when there is none. Some converters want room for their longest
-    // character before they look at the next one, so the end of the target is filled from the
-    // buffer.
+    // Makes room after E2BIG; false when there is none.
     bool makeRoom()
     {
         const bool isStuck = begin == buffer && place == begin;
@@ -192,7 +186,8 @@ public:
         return true;
     }
 
-    // Moves what stands in the buffer to the target; false when that does not hold it.
+    // Moves what stands in the buffer to the target; false when that does not hold it. From here on
+    // there is room for a whole buffer again.
     bool flush()
     {
         const auto bytes = static_cast<std::size_t>(place - begin);
@@ -205,18 +200,23 @@ public:
             targetLeft -= bytes;
         }
         written += bytes;
-        useBuffer();
+        choosePlace();
         return true;
     }
 
     // All that was flushed.
     std::size_t bytesWritten() const { return written; }
 
+    static constexpr std::size_t bufferSize = 8192;
+
 private:
-    void useBuffer()
+    // Some converters want room for their longest character before they look at the next one, so
+    // the end of the target is filled from the buffer.
+    void choosePlace()
     {
-        begin = place = buffer;
-        left = sizeof buffer;
+        const bool isDirect = target != nullptr && targetLeft >= bufferSize;
+        begin = place = isDirect ? target : buffer;
+        left = isDirect ? targetLeft : bufferSize;
     }
 
     char *target; // null: only count
@@ -225,7 +225,7 @@ private:
     char *place = nullptr;
     std::size_t left = 0;
     std::size_t written = 0;
-    char buffer[1024];
+    char buffer[bufferSize];
 };
 
 // One call of iconv; false with `errno` set when it did not get through.
@@ -248,9 +248,9 @@ bool runToEnd(iconv_t handle, unsigned short *unit, Output &output)
     return true;
 }
 
-// Converts a whole text. `replace` is called for what cannot be converted, with the reason and the
-// bytes of the source that are left; it writes something else, says how many of these that stands
-// for, and with 0 gives up.
+// Converts a text, or a piece of it. `replace` is called for what cannot be converted, with the
+// reason and the bytes of the source that are left; it writes something else, says how many of
+// these that stands for, and with 0 gives up.
 template <class Replace>
 bool convert(iconv_t handle, const void *text, std::size_t srcLeft, Output &output, Replace replace)
 {
@@ -267,7 +267,19 @@ bool convert(iconv_t handle, const void *text, std::size_t srcLeft, Output &outp
         src += replaced;
         srcLeft -= replaced;
     }
-    return runToEnd(handle, nullptr, output);
+    return true;
+}
+
+// Where a piece of a text of units ends that surely fits the buffer. It cuts no surrogate pair.
+int endOfPiece(const unsigned short *units, int start, int length)
+{
+    constexpr int bytesPerUnit = 16; // with all that shifts between character sets
+    constexpr int longestPiece = Output::bufferSize / bytesPerUnit;
+    if (length - start <= longestPiece)
+        return length;
+    const int end = start + longestPiece;
+    const bool isLead = (units[end - 1] & 0xFC00) == 0xD800;
+    return isLead ? end - 1 : end;
 }
 
 int resultOf(bool isDone, Output &output, std::size_t unitSize)
@@ -328,7 +340,8 @@ int CodePage::decode(const char *src, int srcLen, unsigned short *dst, int room,
         const bool isCut = reason == EINVAL;
         return isCut ? srcLeft : 1;
     };
-    const bool isDone = convert(converter.get(), src, bytesIn(srcLen, 1), output, replace);
+    const bool isDone = convert(converter.get(), src, bytesIn(srcLen, 1), output, replace) &&
+                        runToEnd(converter.get(), nullptr, output);
     return resultOf(isDone, output, sizeof *dst);
 }
 
@@ -345,8 +358,14 @@ int CodePage::encode(const unsigned short *src, int srcLen, char *dst, int room)
         const bool isReplaced = runToEnd(converter.get(), &questionMark, output) || output.put('?');
         return isReplaced ? sizeof questionMark : 0;
     };
-    const bool isDone =
-        convert(converter.get(), src, bytesIn(srcLen, sizeof *src), output, replace);
+    bool isDone = true;
+    for (int start = 0, end = 0; isDone && start < srcLen; start = end) {
+        end = endOfPiece(src, start, srcLen);
+        isDone = convert(converter.get(), src + start, bytesIn(end - start, sizeof *src), output,
+                         replace) &&
+                 output.flush();
+    }
+    isDone = isDone && runToEnd(converter.get(), nullptr, output);
     return resultOf(isDone, output, 1);
 }
 
