@@ -152,6 +152,8 @@ public:
     // A string of that one unit, also for the unit 0.
     String &operator=(char unit);
     String &operator=(unsigned short unit);
+    // Here and below, a unit may be written u'x'.
+    String &operator=(char16_t unit) { return *this = unitOf(unit); }
     String &operator=(const char *bytes);
     String &operator=(const unsigned short *units);
     String &operator=(const unsigned int *utf32);
@@ -221,12 +223,14 @@ public:
     String operator+(const String &x) const;
     String operator+(char unit) const { return *this + widened(unit); }
     String operator+(unsigned short unit) const;
+    String operator+(char16_t unit) const { return *this + unitOf(unit); }
     String operator+(const char *x) const;
     String operator+(const unsigned short *x) const;
 
     String &operator+=(const String &x) { return append(x); }
     String &operator+=(char unit) { return append(unit); }
     String &operator+=(unsigned short unit) { return append(unit); }
+    String &operator+=(char16_t unit) { return append(unit); }
     String &operator+=(const char *x) { return append(x); }
     String &operator+=(const unsigned short *x) { return append(x); }
 
@@ -245,6 +249,7 @@ public:
         }
         return appendSlowly(unit);
     }
+    String &append(char16_t unit) { return append(unitOf(unit)); }
     String &append(const char *x) { return append(x, -1); }
     String &append(const unsigned short *x) { return append(x, -1); }
     String &append(const char *bytes, int count);
@@ -265,6 +270,7 @@ public:
     void insert(const String &x, int pos);
     void insert(char unit, int pos);
     void insert(unsigned short unit, int pos);
+    void insert(char16_t unit, int pos) { insert(unitOf(unit), pos); }
     void insert(const char *x, int pos);
     void insert(const unsigned short *x, int pos);
     // Overwrites one unit; an index out of range is ignored.
@@ -333,6 +339,7 @@ public:
     String split(const String &delimiter);
     String split(char delimiter) { return split(widened(delimiter)); }
     String split(unsigned short delimiter);
+    String split(char16_t delimiter) { return split(unitOf(delimiter)); }
     String split(const char *delimiter);
     String split(const unsigned short *delimiter);
     // Removes leading and trailing blanks. D-044: those are the units of value 32 or below.
@@ -419,6 +426,7 @@ private:
         return const_cast<StringBuffer *>(detail::emptyBuffer);
     }
     static unsigned short widened(char unit) noexcept { return static_cast<unsigned char>(unit); }
+    static unsigned short unitOf(char16_t unit) noexcept { return unit; }
 
     static constexpr void drop(StringBuffer *record) noexcept
     {

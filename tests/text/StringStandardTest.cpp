@@ -84,6 +84,24 @@ TEST_F(StringStandardTest, TakesThemInEveryOperation)
     EXPECT_EQ(text, "abc-ghi");
 }
 
+TEST_F(StringStandardTest, TakesUnitLiteralsWhereItTakesAUnit)
+{
+    String text;
+    text = u'b';
+    EXPECT_EQ(text, u"b");
+    text += u'\u20AC';
+    text.append(u'/').append(u'\0');
+    text.insert(u'a', 0);
+    EXPECT_EQ(text, u"ab\u20AC/\0"sv);
+    EXPECT_EQ(text + u'!', u"ab\u20AC/\0!"sv);
+    EXPECT_EQ(text.split(u'/'), u"ab\u20AC");
+    text.setup(u'x', 3);
+    text.set(1, u'y');
+    EXPECT_EQ(text.find(u'y'), 1);
+    EXPECT_EQ(text.replaceAll(u'x', u'z'), 2);
+    EXPECT_EQ(text, u"zyz");
+}
+
 TEST_F(StringStandardTest, IsAView)
 {
     String text(u"a\0b"sv);
