@@ -10,6 +10,9 @@
 // A door: the arguments are values, and here they become text.
 #include <tavrin/Array.h>
 
+// A door: some values are written where they stand.
+#include "values/VariantAccess.h"
+
 namespace Tavrin::detail {
 
 namespace {
@@ -31,11 +34,15 @@ std::uint64_t readNumber(const String &text, int &index)
     return number;
 }
 
-// The element is held while its text is made. A copy of a regular expression would have lost its
-// text, which no script makes.
+// The element is held while a script makes its text. The texts of numbers and regular expressions
+// are no script's, and the copy of such a value does not have the text that the value has.
 String textOf(const Variant &element)
 {
-    return element.getType() == kRegExp ? element.toString() : Variant(element).toString();
+    if (element.getType() != kNumber && element.getType() != kRegExp)
+        return Variant(element).toString();
+    String text;
+    VariantAccess::writeText(element, 10, text);
+    return text;
 }
 
 } // namespace

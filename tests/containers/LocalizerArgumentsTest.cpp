@@ -186,6 +186,15 @@ TEST_F(LocalizerArgumentsTest, ArgumentsOfAnyKindTakeTheirText)
               u"12.5|true|undefined|null|[12.5,true,undefined,null]");
 }
 
+TEST_F(LocalizerArgumentsTest, ANumberComesWithTheTextThatItHasAlready)
+{
+    Array args;
+    args += 255;
+    args += 255;
+    args[0].getString(16);
+    EXPECT_EQ(filled(u"%1 %2", &args), u"ff 255");
+}
+
 TEST_F(LocalizerArgumentsTest, FarElementsOfALongListAreFound)
 {
     Array args;
