@@ -1,74 +1,20 @@
 // SPDX-License-Identifier: MIT
-// The handle on a stack of records.
-//
-// Making a record runs code of the host: localisers word it, values and data are copied. That code
-// may throw, and it may push to this very Error or erase it. So a record is complete before the
-// stack is looked at, and the stack is held meanwhile: what goes into the record may come from it.
+// The handle on a stack of records; ErrorPush.h tells how a record comes to be.
 // Pinned by tests/values/ErrorSharingTest.cpp and tests/values/ErrorGuardTest.cpp.
 #include <tavrin/Error.h>
 
-#include <exception>
-#include <memory>
-#include <new>
+#include <utility>
 
 #include <tavrin/Lock.h>
-#include <tavrin/Refcountable.h>
 #include <tavrin/Variant.h>
 
 #include "runtime/OnHeap.h"
+#include "values/ErrorPush.h"
 #include "values/ErrorRecords.h"
 
 namespace Tavrin {
 
 using detail::ErrorRecords;
-
-namespace {
-
-enum class Outcome
-{
-    done,
-    outOfMemory,
-    thrown, // by a host's code
-};
-
-// What is no exception of C++ is let through: it ends the thread.
-template <class Work>
-Outcome runGuarded(Work work)
-{
-    try {
-        work();
-        return Outcome::done;
-    } catch (const std::bad_alloc &) {
-        return Outcome::outOfMemory;
-    } catch (...) {
-        if (std::current_exception() == nullptr)
-            throw;
-        return Outcome::thrown;
-    }
-}
-
-using OwnedData = std::unique_ptr<Cloneable>;
-
-OwnedData takeOver(const Cloneable *data)
-{
-    return OwnedData(const_cast<Cloneable *>(data));
-}
-
-ErrorRecords withData(ErrorRecords record, OwnedData &data)
-{
-    record.setData(data.release());
-    return record;
-}
-
-// What `make` makes, with the records of `error` held until it is done.
-template <class Make>
-ErrorRecords makeHolding(const Error &error, Make make)
-{
-    const Error held(error); // NOLINT(performance-unnecessary-copy-initialization)
-    return make();
-}
-
-} // namespace
 
 Error::Error(int code, const String &text, bool useTemplate)
 {
@@ -125,35 +71,16 @@ bool Error::unique()
     return !isFixed();
 }
 
-template <class Make>
-void Error::pushMade(Make make)
-{
-    // D-190: the first failure of this kind stays in sight.
-    if (isFixed())
-        return;
-    const Outcome outcome = runGuarded([&] {
-        ErrorRecords records = makeHolding(*this, make);
-        if (!unique())
-            return;
-        if (body == nullptr)
-            body = detail::newOnHeap<ErrorData>(ErrorData{nullptr, 1});
-        records.linkTo(body->head);
-    });
-    if (outcome != Outcome::done && !isFixed())
-        become(outcome == Outcome::outOfMemory ? detail::outOfMemoryError
-                                               : detail::uncaughtExceptionError);
-}
-
 void Error::push(int code, const String &text, const Cloneable *data, bool useTemplate)
 {
-    OwnedData owned = takeOver(data);
-    pushMade([&] { return withData(ErrorRecords::make(code, text, useTemplate), owned); });
+    detail::OwnedData owned(data);
+    pushMade([&] { return owned.moveTo(ErrorRecords::make(code, text, useTemplate)); });
 }
 
 void Error::push(int code, const Variant &value, const Cloneable *data)
 {
-    OwnedData owned = takeOver(data);
-    pushMade([&] { return withData(ErrorRecords::make(code, value), owned); });
+    detail::OwnedData owned(data);
+    pushMade([&] { return owned.moveTo(ErrorRecords::make(code, value)); });
 }
 
 void Error::push(int code, const Cloneable *data)
@@ -207,7 +134,7 @@ void Error::getFullText(String &text) const
 template <class Change>
 void Error::changeNewest(const String &text, Change change)
 {
-    runGuarded([&] {
+    detail::runGuarded([&] {
         String kept(text);
         if (unique() && body != nullptr)
             change(*body->head, std::move(kept));

@@ -2,6 +2,10 @@
 // How errors name properties, and how they are worded.
 #include <tavrin/LiveObject.h>
 
+#include <functional>
+#include <new>
+#include <stdexcept>
+
 #include <gtest/gtest.h>
 
 #include "live/Hosts.h"
@@ -166,4 +170,70 @@ TEST_F(LiveObjectErrorTest, AHostMayFindBetterWords)
     Error error;
     error.push(1, *speaker, 5, false, nullptr);
     EXPECT_EQ(fullText(error), "Sorry");
+}
+
+namespace {
+
+// Does as it is told while it words an error.
+struct Worder : LiveObject
+{
+    Worder() : LiveObject("Worder", true) {}
+    int getErrorText(String &out, int, int, bool) const override
+    {
+        ++calls;
+        out = "words";
+        return work();
+    }
+    using LiveObject::getErrorText;
+
+    std::function<int()> work = [] { return 0; };
+    mutable int calls = 0;
+};
+
+} // namespace
+
+TEST_F(LiveObjectErrorTest, AnObjectThatThrowsWhileItWordsAnErrorGivesTheFixedOne)
+{
+    const auto worder = make<Worder>();
+    Error error(2, "x", true);
+    worder->work = []() -> int { throw std::runtime_error("no words"); };
+    error.push(46, *worder, 5, false, nullptr);
+    EXPECT_EQ(fullText(error), "Uncaught Exception");
+    EXPECT_EQ(error.getCode(), -29);
+}
+
+TEST_F(LiveObjectErrorTest, AnObjectWithoutMemoryForItsWordsGivesTheFixedErrorOfThat)
+{
+    const std::function<int()> failures[] = {[]() -> int { throw std::bad_alloc(); },
+                                             [] { return -28; }};
+    for (const auto &failure : failures) {
+        const auto worder = make<Worder>();
+        worder->work = failure;
+        Error error(2, "x", true);
+        error.push(46, *worder, 5, false, nullptr);
+        EXPECT_EQ(fullText(error), "Out of memory");
+        EXPECT_EQ(error.getCode(), -28);
+    }
+}
+
+TEST_F(LiveObjectErrorTest, AnObjectIsNotAskedForWordsThatAFixedErrorIgnores)
+{
+    const auto worder = make<Worder>();
+    worder->work = []() -> int { throw std::bad_alloc(); };
+    Error error;
+    error.push(46, *worder, 5, false, nullptr);
+    error.push(46, *worder, 5, false, nullptr);
+    EXPECT_EQ(worder->calls, 1);
+}
+
+TEST_F(LiveObjectErrorTest, AnObjectMayPushToTheErrorThatItWords)
+{
+    const auto worder = make<Worder>();
+    Error error;
+    worder->work = [&] {
+        error.push(3, nullptr);
+        return 0;
+    };
+    error.push(46, *worder, 5, false, nullptr);
+    EXPECT_EQ(fullText(error), "words is read only\n- Cannot assign value");
 }
