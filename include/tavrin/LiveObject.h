@@ -205,7 +205,8 @@ public:
     virtual const ClassInfo *getClassInfo(int flags) const;
 
     // Read, write or call a property by its id: 2 if it is unknown, or does not do that; a call
-    // answers 24 then. `out` and `result` are emptied first.
+    // answers 24 then. `out` and `result` are emptied first; they may hold the last reference to
+    // the object itself.
     virtual int get(int id, Variant &out, Error *error) const;
     // D-243: a read-only dynamic property takes one value, its first.
     virtual int put(int id, const Variant &value, Error *error);

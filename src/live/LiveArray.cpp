@@ -126,6 +126,7 @@ int LiveArray::putLength(unsigned int number)
 int LiveArray::getByIndex(unsigned int index, Variant &out, Error *error) const
 {
     if (!isUsable(*this)) {
+        const SelfHold hold(*this);
         out.erase();
         return setError(errorInvalid, getLengthID(), error, false);
     }

@@ -95,8 +95,8 @@ int LiveCollection::get(int id, Variant &out, Error *error) const
 {
     if (!isUsable(*this) || id != lengthID)
         return LiveObject::get(id, out, error);
-    out.erase();
     const SelfHold hold(*this);
+    out.erase();
     const int code = guarded(error, [&] {
         unsigned int number = 0;
         const int failure = getLength(number);
@@ -159,8 +159,8 @@ int LiveCollection::putLength(unsigned int number)
 
 int LiveCollection::getByIndex(unsigned int index, Variant &out, Error *error) const
 {
-    out.erase();
     const SelfHold hold(*this);
+    out.erase();
     const auto place = static_cast<int>(index);
     const int code = guarded(error, [&] {
         if (!isUsable(*this))

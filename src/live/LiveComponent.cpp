@@ -8,6 +8,7 @@
 
 #include "live/Guarded.h"
 #include "live/Locked.h"
+#include "live/SelfHold.h"
 
 namespace Tavrin {
 
@@ -77,6 +78,7 @@ const ServiceInfo *LiveComponent::getServiceInfo(const LiveObject &, int id, int
 
 int LiveComponent::get(const LiveObject &object, int id, Variant &out, Error *error) const
 {
+    const detail::SelfHold held(object);
     out.erase();
     return object.setError(detail::errorUndefined, id, error, false);
 }
@@ -88,6 +90,7 @@ int LiveComponent::put(LiveObject &object, int id, const Variant &, Error *error
 
 int LiveComponent::call(LiveObject &object, int id, const Array &, Variant &result, Error *error)
 {
+    const detail::SelfHold held(object);
     result.erase();
     return object.setError(detail::errorUndefined, id, error, false);
 }
@@ -116,6 +119,7 @@ int LiveComponent::putLength(LiveObject &, unsigned int)
 int LiveComponent::getByIndex(const LiveObject &object, unsigned int index, Variant &out,
                               Error *error) const
 {
+    const detail::SelfHold held(object);
     out.erase();
     return object.setError(detail::errorNoIndex, static_cast<int>(index), error, false);
 }

@@ -37,13 +37,13 @@ constinit thread_local int detail::askedDepth = 0;
 
 int LiveObject::get(const String &name, Variant &out, Error *error) const
 {
-    out.erase();
     if (isExactly(*this) && isUsable(*this)) {
         const LiveProperty *property = data->findByName(name, isCaseless(kDefaultLanguage));
         if (property != nullptr && LivePropertyAccess::readPlain(*property, out))
             return 0;
     }
     const detail::SelfHold hold(*this);
+    out.erase();
     return guarded(error, [&] {
         int id;
         InfoType type;
@@ -79,8 +79,8 @@ int LiveObject::put(const String &name, const Variant &value, int propertyFlags,
 
 int LiveObject::call(const String &name, const Array &args, Variant &result, Error *error)
 {
-    result.erase();
     const detail::SelfHold hold(*this);
+    result.erase();
     return guarded(error, [&] {
         int id;
         InfoType type;
@@ -126,8 +126,8 @@ int LiveObject::call(int id, const Array &args)
 
 int LiveObject::invoke(const String &name, const Array &args, Variant &result, Error *error)
 {
-    result.erase();
     const detail::SelfHold hold(*this);
+    result.erase();
     return guarded(error, [&] {
         if (!isUsable(*this))
             return fail(detail::errorInvalid, name, error);

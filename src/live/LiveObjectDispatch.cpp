@@ -165,14 +165,14 @@ int callComponent(const LiveObject &object, LiveObject &thisObject, int id, cons
 
 int LiveObject::get(int id, Variant &out, Error *error) const
 {
-    out.erase();
-    // Nothing of the host runs here.
+    // Nothing of the host runs here, but for what `out` lets go at the very end.
     if (isUsable(*this)) [[likely]] {
         const LiveProperty *property = data->findByID(id);
         if (property != nullptr && LivePropertyAccess::readPlain(*property, out))
             return 0;
     }
     return answer(*this, id, error, [&] {
+        out.erase();
         if (!isUsable(*this))
             return detail::errorInvalid;
         if (LiveProperty *property = data->findByID(id))
@@ -202,8 +202,9 @@ int LiveObject::call(int id, const Array &args, Variant &result, Error *error)
 int LiveObject::apply(LiveObject &thisObject, int id, const Array &args, Variant &result,
                       Error *error) const
 {
-    result.erase();
     return answer(*this, id, error, [&] {
+        const detail::SelfHold held(thisObject);
+        result.erase();
         if (!isUsable(*this))
             return detail::errorInvalid;
         if (LiveProperty *property = data->findByID(id))

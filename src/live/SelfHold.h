@@ -5,9 +5,10 @@
 
 namespace Tavrin::detail {
 
-// Keeps an object alive while code of the host runs that may let it go. An object that is dying
-// already, and calls its own operations from a destructor, is left alone. Where others gave
-// references up meanwhile, it goes by the virtual release, which a host may have changed.
+// Keeps an object alive while code of the host runs that may let it go, or while the value for an
+// answer is emptied, which may hold the last reference. An object that is dying already, and calls
+// its own operations from a destructor, is left alone. Where others gave references up meanwhile,
+// it goes by the virtual release, which a host may have changed.
 class SelfHold
 {
 public:

@@ -633,4 +633,125 @@ TEST_F(LiveObjectReentryTest, AnObjectMayAskForItsRecordWhileThatIsMade)
     EXPECT_EQ(record, object->inner);
 }
 
+// The only holder of an object.
+Variant holderOf(LiveObject *object)
+{
+    const Variant holder(object);
+    object->release();
+    return holder;
+}
+
+LiveObject *newPlain()
+{
+    auto *object = new Plain;
+    object->defineIDForName("x", 5, kInfoReadWrite);
+    object->defineIDForName("far", 6, kInfoReadWrite | kPropertyByMessage);
+    object->defineIDForName("do", 7, kInfoMethod | kPropertyByMessage);
+    return object;
+}
+
+// A class of the library's own, which takes shorter ways.
+LiveObject *newOwn()
+{
+    auto *object = new LiveObject("Own", true);
+    object->defineIDForName("x", 5, kInfoReadWrite);
+    return object;
+}
+
+LiveObject *newMeasured()
+{
+    LiveObject *object = newPlain();
+    object->addComponent(*make<test::Ruler>());
+    return object;
+}
+
+LiveObject *newInvalidList()
+{
+    auto *list = new LiveArray("List", 9, false);
+    list->invalidate();
+    return list;
+}
+
+struct HolderCase
+{
+    const char *name;
+    LiveObject *(*make)();
+    int (*ask)(Variant &holder, LiveObject &object, Error &error);
+    int code;
+};
+
+constexpr HolderCase holderCases[] = {
+    {"get by name", newPlain, [](Variant &v, LiveObject &o, Error &e) { return o.get("x", v, &e); },
+     0},
+    {"get by name of a class of the library", newOwn,
+     [](Variant &v, LiveObject &o, Error &e) { return o.get("x", v, &e); }, 0},
+    {"get an unknown name", newPlain,
+     [](Variant &v, LiveObject &o, Error &e) { return o.get("nobody", v, &e); }, 2},
+    {"get by id", newPlain, [](Variant &v, LiveObject &o, Error &e) { return o.get(5, v, &e); }, 0},
+    {"get an unknown id", newPlain,
+     [](Variant &v, LiveObject &o, Error &e) { return o.get(77, v, &e); }, 2},
+    {"get by message", newPlain,
+     [](Variant &v, LiveObject &o, Error &e) { return o.get(6, v, &e); }, 2},
+    {"get from a component", newMeasured,
+     [](Variant &v, LiveObject &o, Error &e) { return o.get("unit", v, &e); }, 0},
+    {"call an unknown name", newPlain,
+     [](Variant &v, LiveObject &o, Error &e) { return o.call("nobody", v, &e); }, 2},
+    {"call by id", newPlain,
+     [](Variant &v, LiveObject &o, Error &e) { return o.call(5, Array(), v, &e); }, 24},
+    {"call by message", newPlain,
+     [](Variant &v, LiveObject &o, Error &e) { return o.call(7, Array(), v, &e); }, 0},
+    {"apply a method of another object", newPlain,
+     [](Variant &v, LiveObject &o, Error &e) {
+         const auto other = Owned<LiveObject>::adopt(newPlain());
+         return other->apply(o, 7, Array(), v, &e);
+     },
+     0},
+    {"invoke", newPlain,
+     [](Variant &v, LiveObject &o, Error &e) { return o.invoke("nobody", v, &e); }, 24},
+    {"a component without a property", newMeasured,
+     [](Variant &v, LiveObject &o, Error &e) {
+         return o.getComponent(test::Ruler::unitID, nullptr)->get(o, 77, v, &e);
+     },
+     2},
+    {"a component without a method", newMeasured,
+     [](Variant &v, LiveObject &o, Error &e) {
+         return o.getComponent(test::Ruler::unitID, nullptr)->call(o, 77, Array(), v, &e);
+     },
+     2},
+    {"a component without elements", newMeasured,
+     [](Variant &v, LiveObject &o, Error &e) {
+         return o.getComponent(test::Ruler::unitID, nullptr)->getByIndex(o, 77, v, &e);
+     },
+     41},
+    {"the length of a collection",
+     [] { return static_cast<LiveObject *>(new LiveArray("L", 9, false)); },
+     [](Variant &v, LiveObject &o, Error &e) { return o.get(9, v, &e); }, 0},
+    {"an element of nobody",
+     [] { return static_cast<LiveObject *>(new LiveCollection("L", 9, false)); },
+     [](Variant &v, LiveObject &, Error &e) { return v.getLiveCollection()->getByIndex(3, v, &e); },
+     41},
+    {"an element of an array",
+     [] { return static_cast<LiveObject *>(new LiveArray("L", 9, false)); },
+     [](Variant &v, LiveObject &, Error &e) { return v.getLiveCollection()->getByIndex(3, v, &e); },
+     0},
+    {"an element of an invalid array", newInvalidList,
+     [](Variant &v, LiveObject &, Error &e) { return v.getLiveCollection()->getByIndex(3, v, &e); },
+     45},
+};
+
+// A script walks from object to object in one variable.
+TEST_F(LiveObjectReentryTest, TheAnswerMayTakeThePlaceOfTheLastReference)
+{
+    for (const HolderCase &each : holderCases) {
+        SCOPED_TRACE(each.name);
+        Variant holder = holderOf(each.make());
+        const WeakRef<LiveObject> object = holder.getLiveObject();
+        Error error;
+        EXPECT_EQ(each.ask(holder, *holder.getLiveObject(), error), each.code);
+        EXPECT_EQ(error.getCode(), each.code);
+        EXPECT_FALSE(object);
+        EXPECT_EQ(Plain::living, 0);
+    }
+}
+
 } // namespace
