@@ -113,7 +113,8 @@ public:
     // The name of an id, in the languages of `flags`; else the name is emptied. D-221: a static
     // manager looks at the first row with the id only.
     virtual int getNameForID(int id, String &name, int flags) const;
-    virtual InfoType getType(int id) const;
+    virtual InfoType getType(int id);
+    InfoType getType(int id) const { return const_cast<LivePropertyManager *>(this)->getType(id); }
     // Appends the ids of all rows that `flags` asks for, by what is to be listed and
     // by the languages. D-222: rows of a type that can also be called, and of none of the types
     // above, always belong to it.

@@ -43,7 +43,7 @@ int LivePropertyManager::getNameForID(int id, String &name, int flags) const
     return impl->getNameForID(id, name, flags);
 }
 
-InfoType LivePropertyManager::getType(int id) const
+InfoType LivePropertyManager::getType(int id)
 {
     return impl->getType(id);
 }

@@ -40,6 +40,7 @@ TEST(PropertiesInterface, LivePropertyManager)
     EXPECT_TRUE((has<int (Manager::*)(const String &, int &, InfoType &, int) const>(
         &Manager::getIDForName)));
     EXPECT_TRUE((has<int (Manager::*)(int, String &, int) const>(&Manager::getNameForID)));
+    EXPECT_TRUE(has<InfoType (Manager::*)(int)>(&Manager::getType));
     EXPECT_TRUE(has<InfoType (Manager::*)(int) const>(&Manager::getType));
     EXPECT_TRUE((has<int (Manager::*)(SimpleArray &, int) const>(&Manager::enumerate)));
     EXPECT_TRUE(has<const ServiceInfo *(Manager::*)(int) const>(&Manager::getConstructor));

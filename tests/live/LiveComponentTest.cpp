@@ -144,7 +144,7 @@ TEST_F(LiveComponentTest, ATableThatThrowsGivesACode)
     {
         int getIDForName(const String &, int &, InfoType &, int) const override { throw 5; }
         int getNameForID(int, String &, int) const override { throw std::bad_alloc(); }
-        InfoType getType(int) const override { throw 5; }
+        InfoType getType(int) override { throw 5; }
         int enumerate(SimpleArray &, int) const override { throw 5; }
         const ServiceInfo *getServiceInfo(int, int) const override { throw 5; }
     };

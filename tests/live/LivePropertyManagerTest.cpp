@@ -389,12 +389,19 @@ public:
         type = kInfoMethod;
         return 0;
     }
+    InfoType getType(int id) override
+    {
+        return id == 99 ? kInfoMethod : LivePropertyManager::getType(id);
+    }
 };
 
 TEST_F(LivePropertyManagerTest, AHostMayDeriveFromIt)
 {
-    const HostManager manager(rows);
+    const HostManager own(rows);
+    const LivePropertyManager &manager = own;
     EXPECT_EQ(findID(manager, "mine"), (FoundID{0, 99, kInfoMethod}));
+    EXPECT_EQ(manager.getType(99), kInfoMethod);
+    EXPECT_EQ(manager.getType(98), kInfoNone);
     expectRows(manager);
 }
 
@@ -405,9 +412,10 @@ TEST(LivePropertyManagerSlots, StandInTheirFixedOrder)
     using test::virtualSlot;
     using ByName = const ServiceInfo *(Manager::*)(const String &, int) const;
     using ByID = const ServiceInfo *(Manager::*)(int, int) const;
+    using OfType = InfoType (Manager::*)(int);
     EXPECT_EQ(virtualSlot(&Manager::getIDForName), 2u);
     EXPECT_EQ(virtualSlot(&Manager::getNameForID), 3u);
-    EXPECT_EQ(virtualSlot(&Manager::getType), 4u);
+    EXPECT_EQ(virtualSlot<OfType>(&Manager::getType), 4u);
     EXPECT_EQ(virtualSlot(&Manager::enumerate), 5u);
     EXPECT_EQ(virtualSlot(&Manager::getConstructor), 6u);
     EXPECT_EQ(virtualSlot<ByName>(&Manager::getServiceInfo), 7u);
