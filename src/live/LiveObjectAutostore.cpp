@@ -79,7 +79,7 @@ int LiveObject::setAutostore(LiveObject *target, int id) const
         return detail::errorInvalid;
     return detail::guarded(nullptr, [&] {
         if (targetOf(*data).object == target) {
-            setTarget(*data, {target, target != nullptr ? id : 0});
+            setTarget(*data, {target, id});
             return 0;
         }
         detail::BroadcasterPin pin;
@@ -87,7 +87,7 @@ int LiveObject::setAutostore(LiveObject *target, int id) const
             pin.enter(*target, const_cast<LiveObject &>(*this), lastFarewell);
         data->liveTarget = target;
         data->targetPin.swap(pin);
-        setTarget(*data, {target, target != nullptr ? id : 0});
+        setTarget(*data, {target, id});
         return 0;
     });
 }

@@ -419,6 +419,11 @@ TEST_F(LiveObjectTest, EqualsAnObjectOfTheSameClassIdTargetAndComponents)
     EXPECT_FALSE(*a == *b);
     b->setAutostore(target.get(), 1);
     EXPECT_TRUE(*a == *b);
+    a->setAutostore(nullptr, 3);
+    b->setAutostore(nullptr, 0);
+    EXPECT_FALSE(*a == *b);
+    b->setAutostore(nullptr, 3);
+    EXPECT_TRUE(*a == *b);
 
     a->addComponent(*ruler);
     EXPECT_FALSE(*a == *b);
