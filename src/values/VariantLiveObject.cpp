@@ -162,25 +162,25 @@ VariantType Variant::getDataType() const
     return getLiveObject() != nullptr ? kLiveObject : type;
 }
 
+// What the caller's pointer held goes last, here and below: this value may be a part of it.
 bool Variant::getAsLiveObject(InterfacePtr<LiveObject> &object) const
 {
-    object.reset();
-    if (type == kArray) {
-        if (value.array != nullptr)
-            object =
-                InterfacePtr<LiveObject>::adopt(detail::newLiveArray(*value.array, "Collection"));
-    } else {
-        object = getLiveObject();
-    }
+    InterfacePtr<LiveObject> found;
+    if (type != kArray)
+        found = getLiveObject();
+    else if (value.array != nullptr)
+        found = InterfacePtr<LiveObject>::adopt(detail::newLiveArray(*value.array, "Collection"));
+    object.swap(found);
     return static_cast<bool>(object);
 }
 
 bool Variant::getAsLiveCollection(InterfacePtr<LiveCollection> &collection) const
 {
-    collection.reset();
+    InterfacePtr<LiveCollection> found;
     InterfacePtr<LiveObject> object;
     if (getAsLiveObject(object))
-        collection = static_cast<LiveCollection *>(detail::faceOf(*object, asLiveCollection));
+        found = static_cast<LiveCollection *>(detail::faceOf(*object, asLiveCollection));
+    collection.swap(found);
     return static_cast<bool>(collection);
 }
 

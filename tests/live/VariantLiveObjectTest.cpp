@@ -278,6 +278,28 @@ TEST_F(VariantLiveObjectTest, GivesACountedObject)
     wrapper.erase();
 }
 
+// One pointer walks down a tree, each level of which only the one above holds.
+TEST_F(VariantLiveObjectTest, MayBeAPartOfWhatThePointerHeldBefore)
+{
+    const auto treeOf = [](const char *leaf) {
+        const auto inner = liveArray(arrayOfValues(arrayOfValues(leaf)));
+        return liveArray(arrayOfValues(Variant(*inner)));
+    };
+    const auto elementOf = [](LiveObject &list) -> const Variant & {
+        return static_cast<const LiveArray &>(list).getArray()[0];
+    };
+    InterfacePtr<LiveObject> object = treeOf("a");
+    EXPECT_TRUE(elementOf(*object).getAsLiveObject(object));
+    EXPECT_TRUE(elementOf(*object).getAsLiveObject(object));
+    EXPECT_EQ(elementOf(*object).getString(), "a");
+    InterfacePtr<LiveCollection> collection = treeOf("b");
+    EXPECT_TRUE(elementOf(*collection).getAsLiveCollection(collection));
+    EXPECT_TRUE(elementOf(*collection).getAsLiveCollection(collection));
+    EXPECT_EQ(elementOf(*collection).getString(), "b");
+    EXPECT_FALSE(elementOf(*collection).getAsLiveCollection(collection));
+    EXPECT_FALSE(collection);
+}
+
 TEST_F(VariantLiveObjectTest, AnArrayGivesACollectionOfItsElements)
 {
     const Variant value(arrayOfValues(1, 2));
