@@ -140,7 +140,8 @@ protected:
 // Cost:    nothing until the first listener comes; a broadcast costs one lookup and one call for
 //          each listener, as long as no list changes meanwhile.
 // Failure: std::bad_alloc from addListener, and from a broadcast during which a list changed; the
-//          listener is then not added, or the rest of the listeners not called.
+//          listener is then not added, or the rest of the listeners not called. So it is with what
+//          a listener throws; at a farewell it goes no further.
 class TAVRIN_API Broadcaster
 {
 public:

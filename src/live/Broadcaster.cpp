@@ -8,6 +8,7 @@
 // tests/live/BroadcasterTest.cpp.
 #include <tavrin/Message.h>
 
+#include <initializer_list>
 #include <new>
 #include <utility>
 
@@ -15,6 +16,7 @@
 #include <tavrin/SparseArray.h>
 
 #include "live/BroadcasterPin.h"
+#include "live/Guarded.h"
 #include "runtime/LockTable.h"
 
 namespace Tavrin {
@@ -324,13 +326,9 @@ Broadcaster::~Broadcaster()
     if (data == nullptr)
         return;
     const BroadcasterData::Hold hold(*data);
-    if (data->hearsFarewell()) {
-        try {
-            broadcast(firstFarewell);
-            broadcast(lastFarewell);
-        } catch (const std::bad_alloc &) { // the rest of the listeners goes without a word
-        }
-    }
+    if (data->hearsFarewell())
+        for (const int farewell : {firstFarewell, lastFarewell})
+            detail::guardedAlone([&] { broadcast(farewell); }); // the rest goes without a word
     data->abandon();
 }
 

@@ -373,6 +373,19 @@ TEST_F(BroadcasterTest, ADyingBroadcasterSaysFarewellTwice)
     EXPECT_EQ(log, (Log{"a", "a"}));
 }
 
+TEST_F(BroadcasterTest, AnExceptionAtAFarewellEndsThere)
+{
+    auto broadcaster = std::make_unique<Broadcaster>();
+    broadcaster->addListener(a, everything);
+    broadcaster->addListener(b, del);
+    a.action = [](Message &) { throw 5; };
+    b.action = a.action;
+    broadcaster.reset();
+    EXPECT_EQ(log, (Log{"a", "b"}));
+    EXPECT_EQ(a.lastID, dele);
+    EXPECT_EQ(b.lastID, del);
+}
+
 TEST_F(BroadcasterTest, ThoseWhoHearEverythingHearTheFarewell)
 {
     {
