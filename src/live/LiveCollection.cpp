@@ -223,8 +223,10 @@ int LiveCollection::deleteByIndex(unsigned int index)
 
 unsigned int LiveCollection::length() const
 {
-    unsigned int number = 0;
-    return getLength(number) == 0 ? number : 0;
+    return detail::guardedOr(0U, [&] {
+        unsigned int number = 0;
+        return getLength(number) == 0 ? number : 0;
+    });
 }
 
 } // namespace Tavrin

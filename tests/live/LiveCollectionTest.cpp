@@ -416,6 +416,16 @@ TEST_F(LiveCollectionTest, AComponentOrAListenerMayThrow)
     EXPECT_EQ(fullText(error), "Uncaught exception gone");
 }
 
+TEST_F(LiveCollectionTest, AClassMayThrowWhenItIsAskedForItsLength)
+{
+    struct Throwing : LiveCollection
+    {
+        Throwing() : LiveCollection("Throwing", 0, false) {}
+        int getLength(unsigned &) const override { throw 5; }
+    };
+    EXPECT_EQ(make<Throwing>()->length(), 0U);
+}
+
 TEST_F(LiveCollectionTest, AComponentMayThrowOrLeaveWhenItIsAskedWhetherItServes)
 {
     struct Undecided : LiveComponent
