@@ -196,7 +196,7 @@ int LiveObject::put(int id, const Variant &value, Error *error)
 
 int LiveObject::call(int id, const Array &args, Variant &result, Error *error)
 {
-    return apply(*this, id, args, result, error);
+    return guarded(error, [&] { return apply(*this, id, args, result, error); });
 }
 
 int LiveObject::apply(LiveObject &thisObject, int id, const Array &args, Variant &result,

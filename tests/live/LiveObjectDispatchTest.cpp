@@ -411,6 +411,18 @@ TEST_F(LiveObjectDispatchTest, AComponentThatThrowsGivesACode)
     EXPECT_EQ(object->get(5, out, nullptr), -29);
 }
 
+TEST_F(LiveObjectDispatchTest, AClassThatThrowsInApplyGivesACode)
+{
+    struct Throwing : Plain
+    {
+        int apply(LiveObject &, int, const Array &, Variant &, Error *) const override { throw 5; }
+    };
+    Variant result;
+    Error error;
+    EXPECT_EQ(make<Throwing>()->call(5, Array(), result, &error), -29);
+    EXPECT_EQ(fullText(error), "Uncaught exception ");
+}
+
 TEST_F(LiveObjectDispatchTest, EveryTypeIsEitherReadableWritableOrCallable)
 {
     for (const InfoType type : allTypes) {
