@@ -21,6 +21,7 @@
 
 namespace Tavrin {
 
+using detail::guardedOr;
 using detail::Locked;
 
 namespace {
@@ -35,6 +36,18 @@ private:
     const detail::SelfHold held;
     const Locked locked;
 };
+
+// Stores what the record of a host says. It may throw, and says nothing then.
+template <class Question>
+void tellInto(String &out, Question question)
+{
+    const int code = detail::guarded(nullptr, [&] {
+        question();
+        return 0;
+    });
+    if (code != 0)
+        out.erase();
+}
 
 } // namespace
 
@@ -97,7 +110,7 @@ const ServiceInfo *LiveObjectClassInfo::getServiceInfo(const String &service) co
     if (object == nullptr)
         return nullptr;
     const InUse use(*object);
-    return detail::guardedOr<const ServiceInfo *>(nullptr, [&] {
+    return guardedOr<const ServiceInfo *>(nullptr, [&] {
         int id = 0;
         InfoType type = kInfoNone;
         const int code = object->getIDForName(service, id, type, kDefaultLanguage);
@@ -110,7 +123,7 @@ const ServiceInfo *LiveObjectClassInfo::getServiceInfo(int id) const
     if (object == nullptr)
         return nullptr;
     const InUse use(*object);
-    return detail::guardedOr<const ServiceInfo *>(nullptr, [&] { return newService(id); });
+    return guardedOr<const ServiceInfo *>(nullptr, [&] { return newService(id); });
 }
 
 const ServiceInfo *LiveObjectClassInfo::getStaticServiceInfo(const String &service) const
@@ -119,7 +132,7 @@ const ServiceInfo *LiveObjectClassInfo::getStaticServiceInfo(const String &servi
     if (service.length() > 0 || manager == nullptr)
         return nullptr;
     const Locked lock(*manager);
-    return detail::guardedOr<const ServiceInfo *>(
+    return guardedOr<const ServiceInfo *>(
         nullptr, [&] { return manager->getConstructor(kDefaultLanguage); });
 }
 
@@ -197,57 +210,58 @@ LiveObjectServiceInfo::~LiveObjectServiceInfo() = default;
 
 int LiveObjectServiceInfo::getLanguage() const
 {
-    return service->getLanguage();
+    return guardedOr(0, [&] { return service->getLanguage(); });
 }
 
 // Records are handed out as constant ones, and this operation is none of a constant.
 InfoState LiveObjectServiceInfo::getState()
 {
-    return const_cast<ServiceInfo *>(service.get())->getState();
+    return guardedOr(kStateDynamic,
+                     [&] { return const_cast<ServiceInfo *>(service.get())->getState(); });
 }
 
 void LiveObjectServiceInfo::getName(String &out) const
 {
-    service->getName(out);
+    tellInto(out, [&] { service->getName(out); });
 }
 
 void LiveObjectServiceInfo::getDescription(bool longForm, String &out) const
 {
-    service->getDescription(longForm, out);
+    tellInto(out, [&] { service->getDescription(longForm, out); });
 }
 
 int LiveObjectServiceInfo::getID() const
 {
-    return service->getID();
+    return guardedOr(0, [&] { return service->getID(); });
 }
 
 InfoType LiveObjectServiceInfo::getType() const
 {
-    return service->getType();
+    return guardedOr(kInfoNone, [&] { return service->getType(); });
 }
 
 const TypeInfo &LiveObjectServiceInfo::getTypeInfo() const
 {
     if (valueType.getDataType() != kNoType)
         return valueType;
-    return service->getTypeInfo();
+    return *guardedOr<const TypeInfo *>(&valueType, [&] { return &service->getTypeInfo(); });
 }
 
 const TypeInfo &LiveObjectServiceInfo::getTypeInfo2() const
 {
     if (valueType.getDataType() != kNoType)
         return valueType;
-    return service->getTypeInfo2();
+    return *guardedOr<const TypeInfo *>(&valueType, [&] { return &service->getTypeInfo2(); });
 }
 
 int LiveObjectServiceInfo::getParamCount() const
 {
-    return service->getParamCount();
+    return guardedOr(0, [&] { return service->getParamCount(); });
 }
 
 const ParamInfo *LiveObjectServiceInfo::getParamInfo(int index) const
 {
-    return detail::guardedOr<const ParamInfo *>(nullptr, [&]() -> const ParamInfo * {
+    return guardedOr<const ParamInfo *>(nullptr, [&]() -> const ParamInfo * {
         auto record = InterfacePtr<const ParamInfo>::adopt(service->getParamInfo(index));
         if (!record)
             return nullptr;
@@ -259,12 +273,12 @@ const ParamInfo *LiveObjectServiceInfo::getParamInfo(int index) const
 bool LiveObjectServiceInfo::getSampleCode(FileSpec &out) const
 {
     bool (ServiceInfo::*const toFile)(FileSpec &) const = &ServiceInfo::getSampleCode;
-    return (*service.*toFile)(out);
+    return guardedOr(false, [&] { return (*service.*toFile)(out); });
 }
 
 bool LiveObjectServiceInfo::getSampleCode(String &out) const
 {
-    return service->getSampleCode(out);
+    return guardedOr(false, [&] { return service->getSampleCode(out); });
 }
 
 LiveObjectParamInfo::LiveObjectParamInfo(const ServiceInfo &ofService,
@@ -276,29 +290,30 @@ LiveObjectParamInfo::~LiveObjectParamInfo() = default;
 
 int LiveObjectParamInfo::getLanguage() const
 {
-    return param->getLanguage();
+    return guardedOr(0, [&] { return param->getLanguage(); });
 }
 
 InfoState LiveObjectParamInfo::getState()
 {
-    return const_cast<ParamInfo *>(param.get())->getState();
+    return guardedOr(kStateDynamic,
+                     [&] { return const_cast<ParamInfo *>(param.get())->getState(); });
 }
 
 void LiveObjectParamInfo::getName(String &out) const
 {
-    param->getName(out);
+    tellInto(out, [&] { param->getName(out); });
     if (out.length() == 0)
         detail::guardedAlone([&] { out = detail::nameOfArgument(index); });
 }
 
 void LiveObjectParamInfo::getDescription(bool longForm, String &out) const
 {
-    param->getDescription(longForm, out);
+    tellInto(out, [&] { param->getDescription(longForm, out); });
 }
 
 const TypeInfo &LiveObjectParamInfo::getTypeInfo() const
 {
-    return param->getTypeInfo();
+    return *guardedOr<const TypeInfo *>(&noType, [&] { return &param->getTypeInfo(); });
 }
 
 } // namespace Tavrin

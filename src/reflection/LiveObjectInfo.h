@@ -54,6 +54,7 @@ private:
 
 // LiveObjectServiceInfo: a service of an object, as its provider describes it.
 // Owns:    a reference to its class and one to the provider's record.
+// Failure: nothing throws; where the provider does, there is nothing to say.
 class LiveObjectServiceInfo final : public ServiceInfo
 {
 public:
@@ -85,6 +86,7 @@ private:
 
 // LiveObjectParamInfo: a parameter of such a service.
 // Owns:    a reference to its service and one to the provider's record.
+// Failure: as LiveObjectServiceInfo.
 class LiveObjectParamInfo final : public ParamInfo
 {
 public:
@@ -104,6 +106,7 @@ private:
     InterfacePtr<const ServiceInfo> owner;
     InterfacePtr<const ParamInfo> param;
     int index;
+    const LiveObjectTypeInfo noType{kNoType};
 };
 
 } // namespace Tavrin

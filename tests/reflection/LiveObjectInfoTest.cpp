@@ -333,6 +333,78 @@ TEST_F(LiveObjectInfoTest, NoExceptionOfAHostComesOut)
     EXPECT_EQ(service->getParamInfo(1), nullptr);
 }
 
+// Records of which nothing can be had.
+struct ThrowingParam : ParamInfo
+{
+    int getLanguage() const override { throw 5; }
+    InfoState getState() override { throw 5; }
+    void getName(String &) const override { throw 5; }
+    void getDescription(bool, String &) const override { throw 5; }
+    const TypeInfo &getTypeInfo() const override { throw 5; }
+};
+
+struct ThrowingService : ServiceInfo
+{
+    int getLanguage() const override { throw 5; }
+    InfoState getState() override { throw 5; }
+    void getName(String &out) const override
+    {
+        out = "half a na";
+        throw 5;
+    }
+    void getDescription(bool, String &) const override { throw 5; }
+    int getID() const override { throw 5; }
+    InfoType getType() const override { throw 5; }
+    const TypeInfo &getTypeInfo() const override { throw 5; }
+    const TypeInfo &getTypeInfo2() const override { throw 5; }
+    int getParamCount() const override { throw 5; }
+    const ParamInfo *getParamInfo(int) const override { return new ThrowingParam; }
+    bool getSampleCode(String &) const override { throw 5; }
+    bool getSampleCode(FileSpec &) const override { throw 5; }
+};
+
+TEST_F(LiveObjectInfoTest, ARecordOfAHostThatThrowsSaysNothing)
+{
+    struct Component : LiveComponent
+    {
+        InfoType getType(const LiveObject &, int) override { return kInfoMethod; }
+        const ServiceInfo *getServiceInfo(const LiveObject &, int, int) const override
+        {
+            return new ThrowingService;
+        }
+    };
+    const auto letter = make<Letter>();
+    letter->addComponent(*make<Component>());
+    const Service service = Service::adopt(classOf(*letter)->getServiceInfo(600));
+    ASSERT_TRUE(service);
+    String text = "before";
+    EXPECT_EQ(service->getLanguage(), 0);
+    EXPECT_EQ(const_cast<ServiceInfo *>(service.get())->getState(), kStateDynamic);
+    service->getName(text);
+    EXPECT_EQ(text, "");
+    service->getDescription(true, text);
+    EXPECT_EQ(text, "");
+    EXPECT_EQ(service->getID(), 0);
+    EXPECT_EQ(service->getType(), kInfoNone);
+    EXPECT_EQ(service->getTypeInfo().getDataType(), kNoType);
+    EXPECT_EQ(service->getTypeInfo2().getDataType(), kNoType);
+    EXPECT_EQ(service->getParamCount(), 0);
+    EXPECT_FALSE(service->getSampleCode(text));
+    alignas(8) char storage[8];
+    bool (ServiceInfo::*const toFile)(FileSpec &) const = &ServiceInfo::getSampleCode;
+    EXPECT_FALSE((*service.*toFile)(reinterpret_cast<FileSpec &>(storage)));
+
+    const Param param = Param::adopt(service->getParamInfo(2));
+    ASSERT_TRUE(param);
+    EXPECT_EQ(param->getLanguage(), 0);
+    EXPECT_EQ(const_cast<ParamInfo *>(param.get())->getState(), kStateDynamic);
+    param->getName(text);
+    EXPECT_EQ(text, "arg3");
+    param->getDescription(false, text);
+    EXPECT_EQ(text, "");
+    EXPECT_EQ(param->getTypeInfo().getDataType(), kNoType);
+}
+
 // A class whose name cannot be had.
 class Nameless : public test::Plain
 {
