@@ -16,7 +16,15 @@ constexpr int mostHardHolders = 0x4000'0000;
 constexpr int hardCountMask = mostHardHolders - 1;
 
 constexpr int mostAsked = 8;
+constexpr int noHint = 0;
 constexpr int stringHint = 1;
+
+bool isAskedOn(const Variant &answer, Wanted wanted)
+{
+    if (answer.getType() == kLiveObject)
+        return wanted != Wanted::text;
+    return answer.getJSObject() != nullptr && wanted != Wanted::integer;
+}
 
 } // namespace
 
@@ -49,27 +57,23 @@ int idOf(const TvScript::Object &object)
 }
 
 // Each object is held while it is asked, because it may run a script that lets it go.
-bool primitiveOf(const Variant &object, int hint, Variant &primitive)
+Variant primitiveOf(const Variant &object, Wanted wanted)
 {
-    Variant holder(object);
+    const Variant first(object);
+    Variant holder(first);
     for (int asked = 0; asked < mostAsked; ++asked) {
         Variant answer;
         if (TvScript::Object *script = holder.getJSObject()) {
-            if (!script->valueOf(answer, hint))
-                return false;
+            if (!script->valueOf(answer, wanted == Wanted::text ? stringHint : noHint))
+                return holder;
         } else {
             askLiveObject(*holder.getLiveObject(), answer);
         }
-        const bool isLive = answer.getType() == kLiveObject;
-        if (answer.getJSObject() == nullptr && !(isLive && hint != stringHint)) {
-            primitive = std::move(answer);
-            return true;
-        }
-        if (VariantAccess::isSame(answer, holder))
-            return false;
+        if (!isAskedOn(answer, wanted) || VariantAccess::isSame(answer, holder))
+            return answer;
         holder = std::move(answer);
     }
-    return false;
+    return first;
 }
 
 String textOf(TvScript::Object &object)

@@ -16,10 +16,18 @@ void dropHardHolder(TvScript::Object &object);
 
 int idOf(const TvScript::Object &object);
 
-// The primitive value of a script object or live object; false if it has none. D-166: an object
-// that answers with an object is asked in turn, eight times at most; one that answers with itself
-// has no primitive value. With a hint of 1, for a string, a live object is an answer.
-bool primitiveOf(const Variant &object, int hint, Variant &primitive);
+// What an object is asked for.
+enum class Wanted
+{
+    number,
+    integer, // script objects are an answer: their id is it
+    text,    // live objects are an answer
+};
+
+// The primitive value of a script object or live object. An object that answers with an object is
+// asked in turn. One that has no primitive value is the result itself; D-166: so is one that
+// answers with itself, and the first one when eight have been asked.
+Variant primitiveOf(const Variant &object, Wanted wanted);
 
 // What the object says about itself.
 String textOf(TvScript::Object &object);

@@ -20,6 +20,7 @@
 namespace Tavrin {
 
 using detail::VariantAccess;
+using detail::Wanted;
 
 namespace {
 
@@ -27,6 +28,14 @@ constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 // The language that literals in the text of a value are in.
 constexpr int defaultLanguage = 0x10000;
+
+// Of what primitiveOf gives. A script object without a primitive value counts as its id.
+double numberOf(const Variant &primitive)
+{
+    if (const TvScript::Object *script = primitive.getJSObject())
+        return detail::idOf(*script);
+    return primitive.getType() == kLiveObject ? notANumber : primitive.getDouble();
+}
 
 double coordinate(const Array &array, unsigned index)
 {
@@ -103,19 +112,11 @@ double Variant::doGetDouble() const
         return value.number;
     case kString:
         return scanDouble(ownText(), detail::conversionFlags, nullptr);
-    case kObject: {
-        if (jsObject == nullptr)
-            return objectID;
-        const Variant holder(*this);
-        Variant primitive;
-        if (detail::primitiveOf(holder, 0, primitive))
-            return primitive.getDouble();
-        return detail::idOf(*holder.jsObject);
-    }
-    case kLiveObject: {
-        Variant primitive;
-        return detail::primitiveOf(*this, 0, primitive) ? primitive.getDouble() : notANumber;
-    }
+    case kObject:
+        return jsObject != nullptr ? numberOf(detail::primitiveOf(*this, Wanted::number))
+                                   : objectID;
+    case kLiveObject:
+        return numberOf(detail::primitiveOf(*this, Wanted::number));
     case kRegExp:
         return scanDouble(detail::patternOf(value.regExp), detail::conversionFlags, nullptr);
     default:
@@ -128,8 +129,8 @@ unsigned int Variant::getUInteger() const
     if (type == kObject)
         return static_cast<unsigned>(jsObject != nullptr ? detail::idOf(*jsObject) : objectID);
     if (type == kLiveObject) {
-        Variant primitive;
-        return detail::primitiveOf(*this, 0, primitive) ? primitive.getUInteger() : 0;
+        const Variant primitive = detail::primitiveOf(*this, Wanted::integer);
+        return primitive.type == kLiveObject ? 0 : primitive.getUInteger();
     }
     setNumAttrs();
     return detail::wrapTo32(getDouble());

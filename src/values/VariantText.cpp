@@ -197,11 +197,8 @@ const String &Variant::getString(int mode, int precision) const
 
 String Variant::toString() const
 {
-    if (type == kObject && jsObject != nullptr) {
-        Variant primitive;
-        if (detail::primitiveOf(*this, 1, primitive))
-            return primitive.getString();
-    }
+    if (type == kObject && jsObject != nullptr)
+        return detail::primitiveOf(*this, detail::Wanted::text).getString();
     return getString();
 }
 

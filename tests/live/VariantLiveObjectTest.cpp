@@ -372,7 +372,6 @@ TEST_F(VariantLiveObjectTest, MayGiveAScriptObjectForItsValue)
         return true;
     };
     EXPECT_EQ(Variant(*object).getDouble(), 5);
-    EXPECT_EQ(Variant(*object).getInteger(), 5);
     script.onValue = [&](Variant &value, int) {
         value = *object;
         return true;
@@ -381,6 +380,27 @@ TEST_F(VariantLiveObjectTest, MayGiveAScriptObjectForItsValue)
     EXPECT_EQ(wrapper.toString(), "valued");
     object->answer.erase();
     wrapper.erase();
+}
+
+TEST_F(VariantLiveObjectTest, HasTheIdOfTheScriptObjectThatItGivesForAnInteger)
+{
+    const auto object = make<Valued>(), outer = make<Valued>();
+    auto &script = *new test::FakeObject;
+    script.objectID = -9;
+    script.onValue = [](Variant &value, int) {
+        value = 5;
+        return true;
+    };
+    object->answer.setJSObject(script);
+    outer->answer = object.get();
+    EXPECT_EQ(Variant(*object).getInteger(), -9);
+    EXPECT_EQ(Variant(*outer).getUInteger(), static_cast<unsigned>(-9));
+    EXPECT_EQ(Variant(*outer).getDouble(), 5);
+    script.onValue = nullptr;
+    EXPECT_EQ(Variant(*outer).getDouble(), -9);
+    object->answer = Variant(8, "Foo", nullptr);
+    EXPECT_EQ(Variant(*outer).getInteger(), 8);
+    EXPECT_EQ(Variant(*outer).getDouble(), 8);
 }
 
 TEST_F(VariantLiveObjectTest, AHandlerThatThrowsGivesNothing)

@@ -374,6 +374,29 @@ TEST_F(VariantObjectTest, AnObjectWhoseValueIsAnObjectIsWorthWhatThatIsWorth)
     EXPECT_EQ(test::bytesOf(value.toString()), "text");
 }
 
+TEST_F(VariantObjectTest, AnObjectThatAnswersWithAnObjectWithoutAValueIsWorthThatOnesIdAndText)
+{
+    auto *inner = new FakeObject("inner");
+    inner->objectID = 77;
+    const Variant keeper = holding(inner);
+    auto *outer = new FakeObject("outer");
+    outer->objectID = 7;
+    outer->onValue = [&keeper](Variant &primitive, int) {
+        primitive = keeper;
+        return true;
+    };
+    const Variant value = holding(outer);
+    EXPECT_EQ(value.getDouble(), 77);
+    EXPECT_EQ(value.getInteger(), 7);
+    EXPECT_EQ(test::bytesOf(value.toString()), "[object inner]");
+    inner->onValue = [&keeper](Variant &primitive, int) {
+        primitive = keeper;
+        return true;
+    };
+    EXPECT_EQ(value.getDouble(), 77);
+    EXPECT_EQ(test::bytesOf(value.toString()), "[object inner]");
+}
+
 TEST_F(VariantObjectTest, EightObjectsInARowAreAskedAndNotMore)
 {
     for (const int chain : {7, 8}) {
