@@ -270,7 +270,7 @@ void Variant::moveFrom(Variant &other) noexcept
 void Variant::adopt(Variant &fresh)
 {
     const Released released(*this);
-    const bool hasOwnText = fresh.type == kString || (fresh.type == kObject && !fresh.jsObject);
+    const bool isUnassigned = fresh.type == kObject && fresh.jsObject == nullptr;
     if (fresh.jsObject != nullptr) {
         if (fresh.isHardRef())
             detail::dropHardHolder(*fresh.jsObject);
@@ -278,12 +278,12 @@ void Variant::adopt(Variant &fresh)
             detail::addHardHolder(*fresh.jsObject);
     }
     takePlain(fresh);
-    if (fresh.type != kLiveObject)
+    if (isUnassigned)
         objectID = fresh.objectID;
     jsObject = std::exchange(fresh.jsObject, nullptr);
     fresh.type = kUndefined;
     fresh.value.bits = 0;
-    if (hasOwnText)
+    if (isUnassigned || type == kString)
         std::swap(textStorage, fresh.textStorage);
 }
 

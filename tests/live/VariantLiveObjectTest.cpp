@@ -146,6 +146,22 @@ TEST_F(VariantLiveObjectTest, CarriesANumberThatAssignmentLeavesBehind)
     EXPECT_EQ(value.getInteger(0, 100), 0);
 }
 
+TEST_F(VariantLiveObjectTest, OtherKindsThatAreAssignedLeaveTheNumberAlone)
+{
+    const auto object = make<Plain>();
+    Variant value(*object, 7);
+    const Variant others[] = {Variant(5), Variant("text"), Variant(Point(1, 2)),
+                              Variant(arrayOfValues(1))};
+    for (const Variant &other : others) {
+        value = other;
+        value = Variant(*object, 9);
+        EXPECT_EQ(value.getInteger(0, 100), 7);
+    }
+    value = Variant(8, "Foo", nullptr);
+    value = Variant(*object, 9);
+    EXPECT_EQ(value.getInteger(0, 100), 8);
+}
+
 TEST_F(VariantLiveObjectTest, ReachesTheDataOfTheObject)
 {
     struct Data : Root
