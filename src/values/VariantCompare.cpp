@@ -18,7 +18,7 @@ namespace {
 template <class T>
 bool areEqual(const T *a, const T *b)
 {
-    return a == b || (a != nullptr && b != nullptr && *a == *b);
+    return a != nullptr && b != nullptr ? *a == *b : a == b;
 }
 
 template <class T>

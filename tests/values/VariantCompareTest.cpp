@@ -237,6 +237,15 @@ TEST_F(VariantCompareTest, PointsAndRectanglesCompareByTheirOwnRules)
     EXPECT_EQ(Variant(Rect(0, 0, 1, 1)).compare(Rect(0, 1, 2, 2)), 11);
 }
 
+TEST_F(VariantCompareTest, NaNCoordinatesAreNotEqualEvenToThemselves)
+{
+    const Variant point(Point(notANumber, 1));
+    const Variant rect(Rect(1, 2, notANumber, 4));
+    EXPECT_FALSE(point == point);
+    EXPECT_FALSE(rect == rect);
+    EXPECT_TRUE(Variant(Point(0.0, 1)) == Variant(Point(-0.0, 1)));
+}
+
 TEST_F(VariantCompareTest, ASharedElementIsComparedWithoutBeingWrittenTo)
 {
     const Array a = test::listOf({1, 2.5, "x", Array(), Point()});
