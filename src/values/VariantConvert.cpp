@@ -10,6 +10,7 @@
 #include <tavrin/Geometry.h>
 #include <tavrin/Variant.h>
 
+#include "containers/ArrayRecord.h"
 #include "text/NumberText.h"
 #include "values/LiveValue.h"
 #include "values/RegExpValue.h"
@@ -37,24 +38,48 @@ double numberOf(const Variant &primitive)
     return primitive.getType() == kLiveObject ? notANumber : primitive.getDouble();
 }
 
-double coordinate(const Array &array, unsigned index)
+// As getInteger, but without a note in the element, which other threads may share.
+int integerOf(const Variant &element)
 {
-    return array[index].getInteger();
+    if (element.getType() == kObject || element.getType() == kLiveObject)
+        return element.getInteger();
+    return static_cast<int>(detail::wrapTo32(element.getDouble()));
 }
+
+// The elements at the front of an array as integers, 0 where there are none. The record is held,
+// because an element that is asked may run code of a script.
+class Coordinates
+{
+public:
+    explicit Coordinates(const Array *array)
+        : record(array != nullptr ? detail::ArrayAccess::record(*array) : detail::emptyRecord())
+    {
+        detail::holdRecord(record);
+    }
+    Coordinates(const Coordinates &) = delete;
+    Coordinates &operator=(const Coordinates &) = delete;
+    ~Coordinates() { detail::dropRecord(record); }
+
+    double operator[](unsigned index) const
+    {
+        const Variant *element = record->find(index);
+        return element != nullptr ? integerOf(*element) : 0;
+    }
+
+private:
+    ArrayData *record;
+};
 
 Point pointFrom(const Array *array)
 {
-    if (array == nullptr)
-        return {};
-    return {coordinate(*array, 0), coordinate(*array, 1)};
+    const Coordinates at(array);
+    return {at[0], at[1]};
 }
 
 Rect rectFrom(const Array *array)
 {
-    if (array == nullptr)
-        return {};
-    return {coordinate(*array, 0), coordinate(*array, 1), coordinate(*array, 2),
-            coordinate(*array, 3)};
+    const Coordinates at(array);
+    return {at[0], at[1], at[2], at[3]};
 }
 
 Array arrayFrom(std::initializer_list<double> numbers)

@@ -499,6 +499,30 @@ TEST_F(VariantLiveObjectTest, IsMadeFromWhatFallsIntoElements)
     EXPECT_TRUE(convert(null).isNull());
 }
 
+TEST_F(VariantLiveObjectTest, AnElementMayLetItsArrayGoWhileItIsConverted)
+{
+    struct Forgetful : Plain
+    {
+        void valueOf(Variant &out) const override
+        {
+            value->erase();
+            out = 3.5;
+        }
+        Variant *value = nullptr;
+    };
+    for (const VariantType kind : {kPoint, kRect}) {
+        Variant value;
+        {
+            const auto object = make<Forgetful>();
+            object->value = &value;
+            value = Variant(arrayOfValues(object.get(), "2.5", true));
+        }
+        value.convert(kind);
+        EXPECT_EQ(value, kind == kPoint ? Variant(Point(3, 2)) : Variant(Rect(3, 2, 1, 0)));
+        EXPECT_EQ(Plain::living, 0);
+    }
+}
+
 // --- Comparison ----------------------------------------------------------------------------------
 
 TEST_F(VariantLiveObjectTest, EqualsWhatTheObjectSaysThatItEquals)
