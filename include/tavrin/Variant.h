@@ -72,9 +72,8 @@ enum VariantType : unsigned short
 };
 
 // Variant: the dynamic value that interpreters, applications and this library exchange.
-// Owns:    a private copy of its string, point, rectangle, array or regular expression, and one
-// reference to its script
-//          object. Its last text stays with it as a cache.
+// Owns:    a private copy of its string, point, rectangle, array or regular expression, or one
+//          reference to its script object or live object. Its last text stays with it as a cache.
 // Threads: one value is one thread's at a time; script objects are for their engine's thread.
 // Cost:    a few plain instructions to construct, copy and destroy undefined, null, booleans and
 //          numbers. Strings and arrays are copied in O(1) by sharing. The text of a number is made
@@ -229,7 +228,8 @@ public:
     LiveCollection *getLiveCollection() const;
     // Through a script object that is one, too.
     RegExp *getRegExp() const;
-    // The same, held. An array gives a new LiveArray of its elements. False if there is none.
+    // The live object or collection, held. An array gives a new LiveArray of its elements. False if
+    // there is none.
     bool getAsLiveObject(InterfacePtr<LiveObject> &object) const;
     bool getAsLiveCollection(InterfacePtr<LiveCollection> &collection) const;
     // All properties of a live object or script object, by name, as far as `flags` asks for them.
