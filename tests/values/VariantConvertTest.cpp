@@ -18,6 +18,7 @@
 
 #include "support/FakeObject.h"
 #include "support/LibraryTest.h"
+#include "support/RunOnThreads.h"
 #include "support/ValueText.h"
 
 using namespace Tavrin;
@@ -26,6 +27,7 @@ using test::described;
 namespace {
 
 using VariantConvertTest = test::LibraryTest;
+using VariantConvertThreadTest = test::MultiThreadedLibraryTest;
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
@@ -326,4 +328,23 @@ TEST_F(VariantConvertTest, AMalformedListGivesTheElementsBeforeTheFault)
     Variant value("1,2,[3");
     value.convert(kArray);
     EXPECT_EQ(described(value), "array [1,2]");
+}
+
+// The thread sanitizer sees whether one of them writes to the elements.
+TEST_F(VariantConvertThreadTest, CopiesOfOneArrayAreConvertedOnManyThreads)
+{
+    const Array shared = test::listOf({1, 2.5, "3", true});
+    test::runOnThreads(4, [&](int) {
+        for (int count = 0; count < 500; ++count) {
+            Variant point(shared);
+            point.convert(kPoint);
+            ASSERT_EQ(*point.getPoint(), Point(1, 2));
+            Variant rect(shared);
+            rect.convert(kRect);
+            ASSERT_EQ(*rect.getRect(), Rect(1, 2, 3, 1));
+            Variant object(shared);
+            object.convert(kLiveObject);
+            ASSERT_EQ(*object.getArray(), shared);
+        }
+    });
 }
