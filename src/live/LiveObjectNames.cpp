@@ -241,7 +241,7 @@ int LiveObject::lookUpByMessage(const String &name, int &id, InfoType &type, int
     message.getLanguage() = flags;
     if (!broadcast(message))
         return detail::errorUndefined;
-    if (message.getError() != 0 || !isUsable(*this))
+    if (message.getError() != 0)
         return message.getError();
     auto &self = const_cast<LiveObject &>(*this);
     const int propertyFlags = typeFrom(*message.getData()) | kPropertyUnlisted;

@@ -269,13 +269,15 @@ TEST_F(LiveObjectNameTest, AnOperatorOfAListenerMakesAnObjectWithOperators)
 TEST_F(LiveObjectNameTest, AListenerMayInvalidateAndDropTheObject)
 {
     auto *object = new Plain;
-    Ear ear([&](Message &) {
+    Ear ear = test::liveEar([&](LiveMessage &message) {
         object->invalidate();
         object->release();
+        message.getPropertyID() = 77;
+        *message.getData() = static_cast<int>(kInfoReadWrite);
         return true;
     });
     object->addListener(ear, askID);
-    find(*object, "far");
+    EXPECT_EQ(find(*object, "far"), (Found{0, 77, kInfoReadWrite}));
     EXPECT_EQ(Plain::living, 0);
 }
 
