@@ -10,8 +10,8 @@
 #include <tavrin/Variant.h>
 
 #include <cmath>
+#include <iterator>
 #include <limits>
-#include <memory>
 
 #include <tavrin/Array.h>
 #include <tavrin/Geometry.h>
@@ -112,12 +112,12 @@ class Variant::Released
 {
 public:
     explicit Released(Variant &from) noexcept
-        : type(from.type), isHard(from.isHardRef()), value(from.value), jsObject(from.jsObject)
+        : type(from.type), value(from.value), jsObject(from.jsObject)
     {
         from.type = kUndefined;
         from.value.bits = 0;
         from.jsObject = nullptr;
-        if (jsObject != nullptr && isHard)
+        if (jsObject != nullptr && from.isHardRef())
             detail::dropHardHolder(*jsObject);
     }
     Released(const Released &) = delete;
@@ -151,7 +151,6 @@ public:
 
 private:
     VariantType type;
-    bool isHard;
     Payload value;
     TvScript::Object *jsObject;
 };

@@ -58,7 +58,7 @@ bool Variant::operator==(const Variant &other) const
         return areEqual(value.rect, other.value.rect);
     case kArray:
         return hasEqualArray(other);
-    default: // D-158: any two regular expressions
+    default: // undefined, null and, D-158, any two regular expressions
         return true;
     }
 }
