@@ -57,10 +57,9 @@ int idOf(const TvScript::Object &object)
 }
 
 // Each object is held while it is asked, because it may run a script that lets it go.
-Variant primitiveOf(const Variant &object, Wanted wanted)
+Variant primitiveOf(Variant object, Wanted wanted)
 {
-    const Variant first(object);
-    Variant holder(first);
+    Variant holder(object);
     for (int asked = 0; asked < mostAsked; ++asked) {
         Variant answer;
         if (TvScript::Object *script = holder.getJSObject()) {
@@ -73,7 +72,7 @@ Variant primitiveOf(const Variant &object, Wanted wanted)
             return answer;
         holder = std::move(answer);
     }
-    return first;
+    return object;
 }
 
 String textOf(TvScript::Object &object)

@@ -27,7 +27,7 @@ enum class Wanted
 // The primitive value of a script object or live object. An object that answers with an object is
 // asked in turn. One that has no primitive value is the result itself; D-166: so is one that
 // answers with itself, and the first one when eight have been asked.
-Variant primitiveOf(const Variant &object, Wanted wanted);
+Variant primitiveOf(Variant object, Wanted wanted);
 
 // What the object says about itself.
 String textOf(TvScript::Object &object);
