@@ -333,11 +333,12 @@ public:
     void setHardRef(bool hard);
 
     // Numbers in text. Leading white space is skipped. With flags 0 the whole text has to be the
-    // number, with 1 white space may follow, else anything; it goes to `rest`, which may be null.
-    // An empty text is 0, a text that does not begin with a number is NaN. "0x" makes a number
-    // hexadecimal.
+    // number, with 1 white space may follow, else anything; it goes to `rest`, which may be null,
+    // or the text itself. An empty text is 0, a text that does not begin with a number is NaN. "0x"
+    // makes a number hexadecimal, unless 0x200 is added to the flags.
     static double scanDouble(const String &text, int flags, String *rest);
-    // In base 2 to 36; 0 takes the base from the prefix, 0x or 0.
+    // In base 2 to 36; 0 takes the base from the prefix, 0x or 0. With 0x100 added to the flags, a
+    // 0 alone is no prefix, and with 0x200 neither is 0x.
     static double scanInteger(const String &text, int radix, int flags, String *rest);
 
     // What is known about a number, and about its holder.
