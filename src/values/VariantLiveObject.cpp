@@ -15,6 +15,8 @@
 #include "live/Guarded.h"
 // As above.
 #include "live/Locked.h"
+// As above.
+#include "live/SelfHold.h"
 #include "values/LiveValue.h"
 
 namespace Tavrin {
@@ -63,6 +65,8 @@ bool isValidLiveObject(const LiveObject &object)
 
 bool areEqualLiveObjects(const LiveObject &a, const LiveObject &b)
 {
+    const SelfHold left(a);
+    const SelfHold right(b);
     return guardedOr(false, [&] { return a == b; });
 }
 

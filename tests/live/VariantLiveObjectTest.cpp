@@ -536,6 +536,32 @@ TEST_F(VariantLiveObjectTest, EqualsWhatTheObjectSaysThatItEquals)
     EXPECT_FALSE(Variant(*a) == Variant(*a));
 }
 
+TEST_F(VariantLiveObjectTest, AnObjectMayLetBothSidesGoWhileItIsCompared)
+{
+    struct Forgetful : Plain
+    {
+        bool operator==(const LiveObject &other) const override
+        {
+            left->erase();
+            right->erase();
+            return getClassName() == other.getClassName();
+        }
+        Variant *left = nullptr;
+        Variant *right = nullptr;
+    };
+    Variant left, right;
+    {
+        const auto object = make<Forgetful>();
+        object->left = &left;
+        object->right = &right;
+        left = object.get();
+        right = make<Plain>().get();
+    }
+    EXPECT_TRUE(left == right);
+    EXPECT_FALSE(left.isDefined());
+    EXPECT_EQ(Plain::living, 0);
+}
+
 TEST_F(VariantLiveObjectTest, ComparesAsTextOrAsANumber)
 {
     const auto object = make<Valued>();
