@@ -89,7 +89,8 @@ static_assert(sizeof(NameGroup) == 64, "a group is one line of the cache");
 
 inline unsigned NameGroup::matches(std::uint64_t tag) const
 {
-    const __m128i wanted = _mm_cvtsi64_si128(static_cast<long long>(tag * ones));
+    const std::uint64_t everywhere = tag * ones;
+    const __m128i wanted = _mm_cvtsi64_si128(static_cast<long long>(everywhere));
     const __m128i front = _mm_load_si128(reinterpret_cast<const __m128i *>(this));
     constexpr unsigned allPlaces = (1U << places) - 1;
     return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(front, wanted))) & allPlaces;
