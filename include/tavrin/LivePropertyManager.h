@@ -113,6 +113,7 @@ public:
     // The name of an id, in the languages of `flags`; else the name is emptied. D-221: a static
     // manager looks at the first row with the id only.
     virtual int getNameForID(int id, String &name, int flags) const;
+    // Not constant where a host overrides it, like that of objects and components.
     virtual InfoType getType(int id);
     InfoType getType(int id) const { return const_cast<LivePropertyManager *>(this)->getType(id); }
     // Appends the ids of all rows that `flags` asks for, by what is to be listed and

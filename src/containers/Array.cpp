@@ -129,7 +129,8 @@ Array &Array::append(Variant &&element)
     return *this;
 }
 
-// D-405: the new element is there before it becomes the array.
+// D-405: the new element is there before it becomes the array. The assignment does not fail:
+// without memory it gives an array without elements.
 Array &Array::operator+=(const Array &array)
 {
     append(Variant());

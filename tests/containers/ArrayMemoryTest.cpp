@@ -115,6 +115,33 @@ TEST_F(ArrayMemoryTest, AnOperationThatFailsKeepsTheElements)
             }
 }
 
+// Without memory, the new element may be an array without elements.
+TEST_F(ArrayMemoryTest, AnAppendOfItselfAddsOneElementOrNone)
+{
+    for (const Shape &shape : shapes)
+        for (const bool isPinned : {false, true}) {
+            SCOPED_TRACE(testing::Message() << shape.name << (isPinned ? ", pinned" : ""));
+            const Array before = shape.make();
+            test::underMemoryFailure(
+                [&] {
+                    Array array = shape.make();
+                    if (isPinned)
+                        array.makeUnique();
+                    return array;
+                },
+                [](Array &array) { array += array; },
+                [&](Array &array, bool failed) {
+                    ASSERT_EQ(array.length(), before.length() + (failed ? 0 : 1));
+                    if (!failed) {
+                        EXPECT_EQ(array[before.length()].getType(), kArray);
+                        array[before.length()].erase();
+                        array.setLength(before.length());
+                    }
+                    EXPECT_TRUE(array == before);
+                });
+        }
+}
+
 TEST_F(ArrayMemoryTest, ConstructionThatFailsLeavesNothing)
 {
     for (const unsigned length : {1U, 100U, 5000U})
